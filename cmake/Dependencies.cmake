@@ -1,0 +1,22 @@
+find_package(Threads REQUIRED)
+find_package(pugixml REQUIRED)
+find_package(TBB REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(fmt REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(Boost REQUIRED COMPONENTS filesystem)
+
+# LMDB, RapidJSON and xxHash come without a usable CMake package on Debian 12.
+function(vx_plain_library target header library)
+  find_path(${target}_INCLUDE ${header} REQUIRED)
+  add_library(vx::${target} INTERFACE IMPORTED GLOBAL)
+  set_target_properties(vx::${target} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES ${${target}_INCLUDE})
+  if(library)
+    find_library(${target}_LIBRARY ${library} REQUIRED)
+    set_target_properties(vx::${target} PROPERTIES INTERFACE_LINK_LIBRARIES ${${target}_LIBRARY})
+  endif()
+endfunction()
+
+vx_plain_library(lmdb lmdb.h lmdb)
+vx_plain_library(rapidjson rapidjson/rapidjson.h "")
+vx_plain_library(xxhash xxhash.h xxhash)
