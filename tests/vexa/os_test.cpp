@@ -1,0 +1,371 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+
+#include "tests/support/TempDir.h"
+#include "vexa/os/FindFiles.h"
+#include "vexa/os/PosixFile.h"
+#include "vexa/os/WindowsApi.h"
+
+namespace vexa::os {
+namespace {
+
+namespace fs = std::filesystem;
+using test::TempDir;
+
+struct Found {
+    _finddata64i32_t data;
+    FileState state;
+};
+
+// All that a search delivers, by name; the end of the search is left in errno.
+std::map<std::string, Found> FindAll(const std::string& pattern) {
+    std::map<std::string, Found> all;
+    _finddata64i32_t data;
+    const std::intptr_t handle = _findfirst64i32(pattern.c_str(), &data);
+    if (handle == -1) return all;
+    do EXPECT_TRUE(all.emplace(data.name, Found{data, StateOfFound(handle)}).second) << data.name;
+    while (_findnext64i32(handle, &data) == 0);
+    const int end = errno;
+    EXPECT_EQ(_findclose(handle), 0);
+    errno = end;
+    return all;
+}
+
+std::set<std::string> NamesOf(const std::string& pattern) {
+    std::set<std::string> names;
+    for (const auto& entry : FindAll(pattern)) names.insert(entry.first);
+    return names;
+}
+
+DWORD Attributes(const std::string& path) {
+    return GetFileAttributesA(path.c_str());
+}
+
+TEST(FindFiles, KindsOfEntries) {
+    const TempDir dir;
+    dir.Write("sub/file.txt", "12345");
+    dir.Write("read-only.txt", "");
+    dir.MakeDir("read-only");
+    ::chmod(dir.Path("read-only.txt").c_str(), 0444);
+    ::chmod(dir.Path("read-only").c_str(), 0555);
+    fs::create_symlink("sub", dir.Path("to-folder"));
+    fs::create_symlink("sub/file.txt", dir.Path("to-file"));
+    fs::create_symlink("nowhere", dir.Path("to-nothing"));
+    fs::create_symlink("ring", dir.Path("ring"));
+    const timespec times[2] = {{1000, 0}, {-2, 123456789}};
+    ::utimensat(AT_FDCWD, dir.Path("sub/file.txt").c_str(), times, 0);
+
+    const auto all = FindAll(dir.Path() + "/*.*");
+    EXPECT_EQ(errno, ENOENT);
+    const std::map<std::string, unsigned> expected = {
+        {".", 16},
+        {"..", 16},
+        {"sub", 16},
+        {"read-only", 17},
+        {"to-folder", 0x410},
+        {"to-file", 0x400},
+        {"to-nothing", 0x400},
+        {"ring", 0x400},
+        {"read-only.txt", 1},
+    };
+    ASSERT_EQ(all.size(), expected.size());
+    for (const auto& [name, attributes] : expected)
+        EXPECT_EQ(all.at(name).data.attrib, attributes) << name;
+
+    // Through the link: the five bytes and times of its target, to the nanosecond.
+    const Found& file = all.at("to-file");
+    EXPECT_EQ(file.data.size, 5U);
+    EXPECT_EQ(file.data.time_write, -2);
+    EXPECT_EQ(file.data.time_access, 1000);
+    EXPECT_EQ(file.state, (FileState{true, false, -1'876'543'211, 5}));
+    EXPECT_TRUE(all.at("to-folder").state.directory);
+}
+
+TEST(FindFiles, Patterns) {
+    const TempDir dir;
+    for (const char* name : {"a.png", "ab.png", "b.dds", "dotless", "we[i]rd.png", "a.png.bak"})
+        dir.Write(name, "");
+    dir.Write("we*rd/x.png", "");
+    dir.Write("we*rd/*.png", "");
+    dir.Write("we*rd/*.*", "");
+    const std::pair<std::string, std::set<std::string>> cases[] = {
+        {"/a*.png", {"a.png", "ab.png"}},
+        {"/?.png", {"a.png"}},
+        {"/*a*b*.png", {"ab.png"}},
+        {"/*[i]*.png", {"we[i]rd.png"}},
+        {"/*.dds", {"b.dds"}},
+        {"\\dotless", {"dotless"}},
+        {"/we*rd", {"we*rd"}},
+        {"\\we*rd/*.png", {"*.png"}},
+        {"/we*rd/*.*", {".", "..", "x.png", "*.png", "*.*"}},
+        {"/nothing*", {}},
+        {"/missing/*.*", {}},
+        {"/b.dds/*.*", {}},
+        {"/b.dds/", {}},
+        {"/missing", {}},
+    };
+    for (const auto& [pattern, names] : cases) {
+        errno = 0;
+        EXPECT_EQ(NamesOf(dir.Path() + pattern), names) << pattern;
+        EXPECT_EQ(errno, ENOENT) << pattern;
+    }
+    EXPECT_EQ(_findclose(-1), -1);
+}
+
+TEST(FindFiles, ReadsTheWorkingDirectory) {
+    const TempDir dir;
+    dir.Write("one.txt", "");
+    const fs::path before = fs::current_path();
+    fs::current_path(dir.Path());
+    EXPECT_EQ(NamesOf("*.txt"), std::set<std::string>{"one.txt"});
+    EXPECT_EQ(NamesOf("one.txt"), std::set<std::string>{"one.txt"});
+    fs::current_path(before);
+}
+
+TEST(FindFiles, PassesOverWhatVanishesAndClosesItsDirectory) {
+    const TempDir dir;
+    for (int i = 0; i < 3000; ++i) dir.Write("f" + std::to_string(i), "");
+    _finddata64i32_t data;
+    const std::intptr_t handle = _findfirst64i32(dir.Path("*").c_str(), &data);
+    ASSERT_NE(handle, -1);
+    for (int i = 0; i < 3000; ++i) fs::remove(dir.Path("f" + std::to_string(i)));
+    while (_findnext64i32(handle, &data) == 0) continue;
+    EXPECT_EQ(errno, ENOENT);
+    _findclose(handle);
+
+    const rlimit before = [] {
+        rlimit limit;
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+        return limit;
+    }();
+    const rlimit few{64, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    for (int i = 0; i < 100; ++i) EXPECT_FALSE(FindAll(dir.Path() + "/*.*").empty()) << i;
+    ::setrlimit(RLIMIT_NOFILE, &before);
+}
+
+// Runs `body` in a process without the rights of root, and returns its result.
+template <class Body>
+int WithoutRights(Body body) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) ::_exit(126);
+        ::_exit(body());
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WEXITSTATUS(status);
+}
+
+TEST(FindFiles, FailureIsToldApartFromTheEnd) {
+    const TempDir dir;
+    ::chmod(dir.Path().c_str(), 0755);
+    dir.Write("closed/f", "");
+    ::chmod(dir.Path("closed").c_str(), 0);
+    dir.Write("names-only/f", "");
+    ::chmod(dir.Path("names-only").c_str(), 0444);
+    EXPECT_EQ(WithoutRights([&] {
+                  FindAll(dir.Path("closed/*.*"));
+                  return errno;
+              }),
+              EACCES);
+    EXPECT_EQ(WithoutRights([&] {
+                  FindAll(dir.Path("names-only/*.*"));
+                  return errno;
+              }),
+              EACCES);
+    ::chmod(dir.Path("closed").c_str(), 0755);
+    ::chmod(dir.Path("names-only").c_str(), 0755);
+}
+
+TEST(FileAttributes, ReadBothSeparators) {
+    const TempDir dir;
+    dir.Write("sub/file", "");
+    fs::create_symlink("sub", dir.Path("link"));
+    fs::create_symlink("nowhere", dir.Path("dangling"));
+    EXPECT_EQ(Attributes(dir.Path("sub\\file")), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_EQ(Attributes(dir.Path("sub")), FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(Attributes(dir.Path("link")), 0x410U);
+    EXPECT_EQ(Attributes(dir.Path("dangling")), 0x400U);
+    ::chmod(dir.Path("sub/file").c_str(), 0444);
+    EXPECT_EQ(Attributes(dir.Path("sub/file")), FILE_ATTRIBUTE_READONLY);
+
+    EXPECT_EQ(Attributes(dir.Path("missing")), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(Attributes(dir.Path("sub/file/x")), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
+
+    EXPECT_TRUE(PathIsDirectoryA(dir.Path("link\\").c_str()));
+    EXPECT_FALSE(PathIsDirectoryA(dir.Path("sub\\file").c_str()));
+    EXPECT_EQ(_access(dir.Path("sub\\file").c_str(), 0), 0);
+    EXPECT_EQ(_access(dir.Path("missing").c_str(), 0), -1);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+class MoveFile : public ::testing::Test {
+protected:
+    bool Move(const std::string& from, const std::string& to) {
+        SetLastError(ERROR_SUCCESS);
+        return MoveFileA(dir.Path(from).c_str(), dir.Path(to).c_str()) != FALSE;
+    }
+    bool Copy(const std::string& from, const std::string& to, bool failIfExists) {
+        SetLastError(ERROR_SUCCESS);
+        return CopyFileA(dir.Path(from).c_str(), dir.Path(to).c_str(), failIfExists) != FALSE;
+    }
+    std::size_t Entries(const std::string& folder) {
+        const auto all = fs::directory_iterator(dir.Path(folder));
+        return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+    }
+
+    TempDir dir;
+};
+
+TEST_F(MoveFile, NeverReplaces) {
+    dir.Write("a/file", "moved");
+    dir.Write("b/there", "kept");
+    dir.MakeDir("empty");
+    dir.Write("full/x", "");
+    fs::create_symlink("nowhere", dir.Path("dangling"));
+    const struct {
+        std::string from, to;
+        DWORD code;
+    } refused[] = {
+        {"a/file", "b\\there", ERROR_ALREADY_EXISTS},
+        {"a/file", "a/file", ERROR_ALREADY_EXISTS},
+        {"a/file", "dangling", ERROR_ALREADY_EXISTS},
+        {"full", "empty", ERROR_ALREADY_EXISTS},
+        {"a/file", "empty", ERROR_ALREADY_EXISTS},
+        {"a/file", "none/file", ERROR_PATH_NOT_FOUND},
+        {"none", "new", ERROR_FILE_NOT_FOUND},
+        {"full", "full/in", ERROR_INVALID_PARAMETER},
+        {"a/file", std::string(300, 'x'), ERROR_FILENAME_EXCED_RANGE},
+    };
+    for (const auto& [from, to, code] : refused) {
+        EXPECT_FALSE(Move(from, to)) << from << " " << to;
+        EXPECT_EQ(GetLastError(), code) << from << " " << to;
+    }
+    EXPECT_EQ(dir.Read("b/there"), "kept");
+    EXPECT_EQ(dir.Read("a/file"), "moved");
+
+    EXPECT_TRUE(Move("a\\file", "b/file"));
+    EXPECT_EQ(dir.Read("b/file"), "moved");
+    EXPECT_FALSE(dir.Exists("a/file"));
+    EXPECT_TRUE(Move("full", "b/full"));
+    EXPECT_TRUE(dir.Exists("b/full/x"));
+    EXPECT_TRUE(Move("dangling", "moved-link"));
+    EXPECT_EQ(fs::read_symlink(dir.Path("moved-link")), "nowhere");
+}
+
+TEST_F(MoveFile, WithoutHelpOfTheFileSystem) {
+    const std::string file = dir.Write("file", "moved");
+    const std::string there = dir.Write("there", "kept");
+    const std::string folder = dir.MakeDir("folder");
+    const std::string empty = dir.MakeDir("empty");
+    EXPECT_FALSE(MoveByLinking(file.c_str(), there.c_str()));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_FALSE(MoveByLinking(folder.c_str(), empty.c_str()));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_FALSE(MoveByLinking(dir.Path("none").c_str(), dir.Path("new").c_str()));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_TRUE(MoveByLinking(file.c_str(), dir.Path("new").c_str()));
+    EXPECT_TRUE(MoveByLinking(folder.c_str(), dir.Path("folder2").c_str()));
+    EXPECT_EQ(dir.Read("new"), "moved");
+    EXPECT_EQ(dir.Read("there"), "kept");
+    EXPECT_FALSE(dir.Exists("file"));
+}
+
+TEST_F(MoveFile, AcrossDevices) {
+    struct stat here, memory;
+    if (::stat(dir.Path().c_str(), &here) != 0 || ::stat("/dev/shm", &memory) != 0 ||
+        here.st_dev == memory.st_dev)
+        GTEST_SKIP() << "needs a second file system at /dev/shm";
+    const TempDir other("/dev/shm");
+    const std::string content(300'000, 'x');
+    const std::string source = other.Write("file", content);
+    ::chmod(source.c_str(), 0640);
+    const timespec times[2] = {{1000, 0}, {2000, 5}};
+    ::utimensat(AT_FDCWD, source.c_str(), times, 0);
+    fs::create_symlink("text of a link", other.Path("link"));
+    other.MakeDir("folder");
+    dir.Write("there", "kept");
+
+    const auto move = [&](const std::string& from, const std::string& to) {
+        return MoveFileA(other.Path(from).c_str(), dir.Path(to).c_str()) != FALSE;
+    };
+    EXPECT_FALSE(move("file", "there"));
+    EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+    EXPECT_FALSE(move("folder", "folder"));
+    EXPECT_EQ(GetLastError(), ERROR_NOT_SAME_DEVICE);
+    EXPECT_EQ(other.Read("file"), content);
+    EXPECT_EQ(Entries(""), 1U);
+
+    EXPECT_TRUE(move("file", "file"));
+    EXPECT_TRUE(move("link", "link"));
+    EXPECT_EQ(dir.Read("file"), content);
+    struct stat moved;
+    ::stat(dir.Path("file").c_str(), &moved);
+    EXPECT_EQ(moved.st_mode & 07777, 0640U);
+    EXPECT_EQ(StateOf(moved).writeTimeNs, 2'000'000'000'005);
+    EXPECT_EQ(fs::read_symlink(dir.Path("link")), "text of a link");
+    EXPECT_FALSE(other.Exists("file") || other.Exists("link"));
+}
+
+TEST_F(MoveFile, CopyIsWholeOrNotThere) {
+    const std::string content(300'000, 'y');
+    ::chmod(dir.Write("file", content).c_str(), 0444);
+    dir.Write("there", "kept");
+    fs::create_symlink("there", dir.Path("link"));
+    dir.MakeDir("folder");
+
+    EXPECT_FALSE(Copy("file", "there", true));
+    EXPECT_EQ(GetLastError(), ERROR_FILE_EXISTS);
+    EXPECT_EQ(dir.Read("there"), "kept");
+    EXPECT_FALSE(Copy("folder", "new", true));
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(Copy("none", "new", true));
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_FALSE(Copy("file", "none/new", true));
+    EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
+    EXPECT_FALSE(Copy("file", "folder", false));
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Entries(""), 4U);
+
+    EXPECT_TRUE(Copy("file", "folder\\copy", true));
+    EXPECT_EQ(dir.Read("folder/copy"), content);
+    EXPECT_EQ(Attributes(dir.Path("folder/copy")), FILE_ATTRIBUTE_READONLY);
+    EXPECT_TRUE(Copy("file", "link", false));
+    EXPECT_EQ(dir.Read("there"), content);
+    EXPECT_TRUE(fs::is_symlink(dir.Path("link")));
+}
+
+// A file may not grow past the limit, so that the copy fails in its middle.
+TEST_F(MoveFile, FullDiskLeavesNothing) {
+    dir.Write("file", std::string(300'000, 'z'));
+    dir.Write("there", "kept");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const rlimit small{150'000, 150'000};
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        ::_exit(Copy("file", "new", true) || Copy("file", "there", false) ? 1 : 0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(Entries(""), 2U);
+    EXPECT_EQ(dir.Read("there"), "kept");
+}
+
+}  // namespace
+}  // namespace vexa::os

@@ -1,0 +1,203 @@
+#include "vexa/io/Path.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include <string>
+
+#include "vexa/common/FileService.h"
+#include "vexa/os/WindowsApi.h"
+
+namespace vexa::vxio {
+namespace {
+
+struct Rewrite {
+    std::string input, expected;
+};
+
+TEST(FormatPath, Table) {
+    const Rewrite cases[] = {
+        {"", ""},
+        {".", ""},
+        {"./", ""},
+        {"a\\b/c", "a/b/c"},
+        {"a//b\\\\c", "a/b/c"},
+        {"./a/./b/.", "a/b"},
+        {"a/b/", "a/b/"},
+        {"a/b/../c", "a/c"},
+        {"a/..", ""},
+        {"a/b/../../../c", "../c"},
+        {"../../a", "../../a"},
+        {"../a/../..", "../.."},
+        {"/a/b", "/a/b"},
+        {"\\\\a\\b", "/a/b"},
+        {"/../a", "/a"},
+        {"/a/../", "/"},
+        {"C:\\a\\..\\..\\b", "C:/b"},
+        {"c:name/..", ""},
+        {"a/.../..b/c..", "a/.../..b/c.."},
+    };
+    for (const auto& [input, expected] : cases) EXPECT_EQ(FormatPath(input), expected) << input;
+}
+
+TEST(CombinePath, KeepsReferencesBelowTheDirectory) {
+    const struct {
+        std::string directory, name, expected;
+    } cases[] = {
+        {"a\\b\\", "x.png", "a/b/x.png"},
+        {"a/b", "..\\x.png", "a/x.png"},
+        {"", "/x.png", "x.png"},
+        {".\\", "x.png", "x.png"},
+        {"a", "/x.png", "a/x.png"},
+        {"a", "", "a/"},
+        {"/proj/res/a", "\\x", "/proj/res/a/x"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(CombinePath(c.directory, c.name), c.expected);
+}
+
+TEST(PathParts, Table) {
+    const struct {
+        std::string path, directory, name, extension, bare, stem;
+    } cases[] = {
+        {"a\\b.c/d.e.f", "a\\b.c/", "d.e.f", ".f", "d.e", "a\\b.c/d"},
+        {"b.x", "", "b.x", ".x", "b", "b"},
+        {"a.b/c", "a.b/", "c", "", "c", "a.b/c"},
+        {"a.b\\", "a.b\\", "", "", "", "a.b\\"},
+        {".dot", "", ".dot", ".dot", "", ""},
+        {"end.", "", "end.", ".", "end", "end"},
+        {"", "", "", "", "", ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(GetDirName(c.path), c.directory) << c.path;
+        EXPECT_EQ(GetFileName(c.path), c.name) << c.path;
+        EXPECT_EQ(GetFileExtension(c.path), c.extension) << c.path;
+        EXPECT_EQ(GetFileNameWithoutExtension(c.path), c.bare) << c.path;
+        EXPECT_EQ(GetStem(c.path), c.stem) << c.path;
+    }
+}
+
+TEST(GetRelativeDir, Table) {
+    const struct {
+        std::string path, base, expected;
+    } cases[] = {
+        {"a/c/x.png", "a/b/", "../c/"}, {"a/c/x.png", "a/b", "../c/"},
+        {"a\\b\\x.png", "a/b/", ""},    {"x.png", "a/b/", "../../"},
+        {"a/b/x.png", "", "a/b/"},      {"ab/x.png", "a/", "../ab/"},
+        {"/a/x.png", "/b/", "../a/"},   {"a/x.png", "../b/", "a/"},
+        {"/a/x.png", "b/", "/a/"},      {"D:/a/x.png", "C:/a/", "D:/a/"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(GetRelativeDir(c.path, c.base), c.expected) << c.path;
+}
+
+TEST(NormaliseKey, RefusesWhatLeavesTheRoot) {
+    std::string key = "before";
+    EXPECT_FALSE(NormaliseKey("a/../../b", key));
+    EXPECT_EQ(key, "");
+    EXPECT_FALSE(NormaliseKey(std::string("a\0b", 3), key));
+    EXPECT_TRUE(NormaliseKey("Fx\\.\\sub//../A.nfx/", key));
+    EXPECT_EQ(key, "Fx/A.nfx");
+    EXPECT_EQ(GeneratorForm("fx/sub/a.nfx"), "fx\\sub\\a.nfx");
+    EXPECT_EQ(GeneratorForm("a.nfx"), ".\\a.nfx");
+}
+
+// Paths made of the pieces that matter, in any arrangement.
+rc::Gen<std::string> AnyPath() {
+    const auto piece =
+        rc::gen::element<std::string>("a", "b.c", "..", ".", "/", "\\", "//", "C:", "\xff", "...");
+    return rc::gen::map(rc::gen::container<std::vector<std::string>>(piece), [](const auto& parts) {
+        std::string path;
+        for (const std::string& part : parts) path += part;
+        return path;
+    });
+}
+
+TEST(PathProperties, FormsAreStable) {
+    EXPECT_TRUE(rc::check("formatting twice changes nothing", [] {
+        const std::string once = FormatPath(*AnyPath());
+        RC_ASSERT(FormatPath(once) == once);
+    }));
+    EXPECT_TRUE(rc::check("a path is its directory and its name", [] {
+        const std::string path = *AnyPath();
+        RC_ASSERT(GetDirName(path) + GetFileName(path) == path);
+    }));
+    EXPECT_TRUE(rc::check("a key survives its generator form", [] {
+        std::string key, again;
+        RC_PRE(NormaliseKey(*AnyPath(), key));
+        RC_ASSERT(NormaliseKey(GeneratorForm(key), again));
+        RC_ASSERT(again == key);
+    }));
+    EXPECT_TRUE(rc::check("the way leads from the base to the path", [] {
+        std::string path, base;
+        RC_PRE(NormaliseKey(*AnyPath(), path) && NormaliseKey(*AnyPath(), base) && !path.empty());
+        RC_PRE(!path.starts_with("C:") && !base.starts_with("C:"));  // would be absolute
+        const std::string way = GetRelativeDir(path, base) + GetFileName(path);
+        RC_ASSERT(CombinePath(base, way) == path);
+    }));
+}
+
+// The names of Windows are the system's own there.
+#if !defined(_WIN32)
+TEST(ShellPaths, RelativeMeansWithoutSeparatorOrDrive) {
+    for (const char* path : {"a", "a/b", "", "..\\a", ":a"}) EXPECT_TRUE(PathIsRelativeA(path));
+    for (const char* path : {"/a", "\\a", "C:\\a", "c:a"}) EXPECT_FALSE(PathIsRelativeA(path));
+}
+
+TEST(ShellPaths, Combine) {
+    const std::string longest(MAX_PATH - 3, 'x');
+    const struct {
+        std::string directory, file, expected;
+    } cases[] = {
+        {"/r/res", "a\\b.c", "/r/res/a/b.c"},
+        {"/r/res/", "./a/../b", "/r/res/b"},
+        {"/r", "/a", "/a"},
+        {"/r", "C:\\a", "C:/a"},
+        {"/", "../../a", "/a"},
+        {"/r", "", "/r"},
+        {"/r", longest, "/r/" + longest},
+    };
+    char out[MAX_PATH + 1];
+    for (const auto& c : cases) {
+        EXPECT_EQ(PathCombineA(out, c.directory.c_str(), c.file.c_str()), out);
+        EXPECT_EQ(out, c.expected);
+    }
+    EXPECT_EQ(PathCombineA(out, "/r", (longest + "x").c_str()), nullptr);
+    EXPECT_STREQ(out, "");
+
+    char path[MAX_PATH + 1] = "/r/a";
+    EXPECT_EQ(PathCombineA(path, path, "b"), path);
+    EXPECT_STREQ(path, "/r/a/b");
+}
+
+TEST(ShellPaths, RelativePathTo) {
+    constexpr DWORD dir = FILE_ATTRIBUTE_DIRECTORY;
+    constexpr DWORD file = FILE_ATTRIBUTE_NORMAL;
+    const struct {
+        std::string from;
+        DWORD fromKind;
+        std::string to;
+        DWORD toKind;
+        std::string expected;
+    } cases[] = {
+        {"/r/res", dir, "/r/res/a/b.c", file, "./a/b.c"},
+        {"/r/res/x.y", file, "/r/res/a/b.c", file, "./a/b.c"},
+        {"/r/res/a", dir, "\\r\\res\\b\\..\\c.d", file, "../c.d"},
+        {"/r/res", dir, "/q", file, "../../q"},
+        {"/r/res", dir, "/r/resource", file, "../resource"},
+        {"/r/res", dir, "/r/res", dir, "."},
+        {"/r/res", dir, "/r/res", file, "../res"},
+        {"/r/res", dir, "/r", dir, ".."},
+        {"C:\\r", dir, "C:/a", file, "../a"},
+    };
+    char out[MAX_PATH + 1];
+    for (const auto& c : cases) {
+        EXPECT_TRUE(PathRelativePathToA(out, c.from.c_str(), c.fromKind, c.to.c_str(), c.toKind));
+        EXPECT_EQ(out, c.expected) << c.from << " " << c.to;
+    }
+    EXPECT_FALSE(PathRelativePathToA(out, "C:/a", dir, "D:/a", dir));
+    EXPECT_STREQ(out, "");
+    EXPECT_FALSE(PathRelativePathToA(out, "a", dir, "/a", dir));
+}
+#endif
+
+}  // namespace
+}  // namespace vexa::vxio

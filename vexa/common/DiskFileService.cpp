@@ -1,0 +1,139 @@
+#include "vexa/common/DiskFileService.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+#include "vexa/common/KnownFiles.h"
+#include "vexa/io/PathText.h"
+#include "vexa/os/FileAccess.h"
+
+namespace vexa {
+
+namespace {
+
+class FileInMemory final : public IFile {
+public:
+    explicit FileInMemory(os::FileContents contents) : m_contents(std::move(contents)) {}
+
+    const char* GetText() const override { return m_contents.bytes.get(); }
+    const char* GetData() const override { return m_contents.bytes.get(); }
+    std::size_t GetSize() const override { return m_contents.size; }
+    void Release() override { delete this; }
+
+private:
+    const os::FileContents m_contents;
+};
+
+bool IsAbsolute(std::string_view path) {
+    return vxio::AnchorLength(path) > 0;
+}
+
+std::string WithSlashes(std::string path) {
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
+// An absolute path with its "." and ".." resolved; false when it climbs above the machine's root.
+bool NormaliseAbsolute(const std::string& path, std::string& normal) {
+    if (!NormaliseKey(path.substr(vxio::AnchorLength(path)), normal)) return false;
+    normal.insert(0, vxio::AnchorText(path));
+    return true;
+}
+
+}  // namespace
+
+DiskFileService::DiskFileService(RootSource resourceRoot)
+    : m_resourceRoot(std::move(resourceRoot)) {}
+
+FilePtr DiskFileService::ReadFile(const std::string& path) {
+    std::string place;
+    if (!PlaceOnDisk(path, place)) return nullptr;
+    os::FileContents contents = os::ReadWholeFile(place);
+    return FilePtr(contents.bytes ? new FileInMemory(std::move(contents)) : nullptr);
+}
+
+bool DiskFileService::FileExists(const std::string& path) {
+    const KnownFiles* const known = KnownFiles::OfThisThread();
+    std::string place;
+    if (known && !IsAbsolute(path)) {
+        if (!NormaliseKey(path, place)) return false;
+        const KnownFiles::Answer answer = known->Find(place);
+        if (answer != KnownFiles::Answer::AskDisk) return answer == KnownFiles::Answer::Yes;
+    }
+    return PlaceOnDisk(path, place) && os::IsRegularFile(place);
+}
+
+FileState DiskFileService::GetState(const std::string& path) {
+    std::string place;
+    return PlaceOnDisk(path, place) ? os::StateOfPath(place) : FileState{};
+}
+
+bool DiskFileService::MakeRelative(const std::string& path, std::string& key) {
+    if (!IsAbsolute(path)) return NormaliseKey(path, key);
+    std::string absolute;
+    const bool found = NormaliseAbsolute(path, absolute) &&
+                       (KeyByName(absolute, key) || KeyByPlace(absolute, key));
+    if (!found) key.clear();
+    return found;
+}
+
+bool DiskFileService::KeyOfReference(const std::string& text, std::string& key) {
+    std::string absolute;
+    const bool anchored = IsAbsolute(text);
+    bool found = anchored && NormaliseAbsolute(text, absolute) && KeyByName(absolute, key);
+    if (!found && !(anchored && vxio::HasDrive(text))) found = NormaliseKey(text, key);
+    if (!found) key.clear();
+    return !key.empty();
+}
+
+std::string DiskFileService::AbsolutePath(const std::string& path) {
+    return IsAbsolute(path) ? WithSlashes(path) : BelowRoot(WithSlashes(path));
+}
+
+bool DiskFileService::NormalisePath(const char* path, char* buffer, std::size_t capacity) {
+    if (path == nullptr || buffer == nullptr || capacity == 0) return false;
+    std::string form;
+    if (!MakeRelative(path, form)) form = WithSlashes(path);
+    const bool fits = form.size() < capacity;
+    buffer[fits ? form.copy(buffer, form.size()) : 0] = '\0';
+    return fits;
+}
+
+// Takes a normalised absolute path that begins with the resource root as it is spelled.
+bool DiskFileService::KeyByName(const std::string& absolute, std::string& key) const {
+    const std::string& root = m_resourceRoot();
+    const std::size_t length = root.size();
+    if (!absolute.starts_with(root)) return false;
+    if (absolute.size() > length && absolute[length] != '/') return false;
+    key = absolute.substr(std::min(length + 1, absolute.size()));
+    return true;
+}
+
+// Takes a normalised absolute path of which a directory is the resource root under another name,
+// such as one that leads through a link.
+bool DiskFileService::KeyByPlace(const std::string& absolute, std::string& key) const {
+    const std::filesystem::path root = m_resourceRoot();
+    std::error_code missing;
+    for (std::string place = absolute; !place.empty(); vxio::DropSegment(place)) {
+        if (!std::filesystem::equivalent(place, root, missing)) continue;
+        key = absolute.substr(std::min(place.size() + 1, absolute.size()));
+        return true;
+    }
+    return false;
+}
+
+// Where on the disk a path in any form is; false when it is nowhere. An absolute path needs no key:
+// the system finds it under each of its names.
+bool DiskFileService::PlaceOnDisk(const std::string& path, std::string& place) const {
+    if (IsAbsolute(path)) return NormaliseAbsolute(path, place);
+    if (!NormaliseKey(path, place)) return false;
+    place = BelowRoot(place);
+    return true;
+}
+
+std::string DiskFileService::BelowRoot(const std::string& relative) const {
+    return m_resourceRoot() + '/' + relative;
+}
+
+}  // namespace vexa

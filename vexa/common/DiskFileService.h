@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "vexa/common/FileService.h"
+
+namespace vexa {
+
+// The file service over the disk. `resourceRoot` yields the absolute resource root with "/" between
+// its segments.
+class DiskFileService final : public IFileService {
+public:
+    using RootSource = std::function<const std::string&()>;
+    explicit DiskFileService(RootSource resourceRoot);
+
+    FilePtr ReadFile(const std::string& path) override;
+    bool FileExists(const std::string& path) override;
+    FileState GetState(const std::string& path) override;
+    bool MakeRelative(const std::string& path, std::string& key) override;
+    bool KeyOfReference(const std::string& text, std::string& key) override;
+    std::string AbsolutePath(const std::string& path) override;
+    bool NormalisePath(const char* path, char* buffer, std::size_t capacity) override;
+
+private:
+    bool KeyByName(const std::string& absolute, std::string& key) const;
+    bool KeyByPlace(const std::string& absolute, std::string& key) const;
+    bool PlaceOnDisk(const std::string& path, std::string& place) const;
+    std::string BelowRoot(const std::string& relative) const;
+
+    const RootSource m_resourceRoot;
+};
+
+}  // namespace vexa

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <unordered_set>
+
+namespace vexa {
+
+// Which files there are below the resource root, as one walk met them. While a Use of it lives, the
+// file service answers its thread's questions for existence from here: a scan asks several times
+// per reference, and a look at the disk costs more than parsing the reference did. (100,000 files
+// with 5 references each: 0.9 of 4 seconds.) What changes after the walk is the next scan's
+// business.
+//
+// Keys are kept as 64-bit hashes (XXH3): 10 million questions about a million files give a wrong
+// answer with a probability below one in a million.
+//
+// Filled by one thread; then any thread may ask.
+class KnownFiles {
+public:
+    enum class Answer { Yes, No, AskDisk };
+
+    void Add(std::string_view key);
+    // What the walk did not look into: the disk is asked about it and what lies below.
+    void AddUnknown(std::string_view key);
+
+    Answer Find(std::string_view key) const;
+
+    class Use {
+    public:
+        explicit Use(const KnownFiles& files);
+        ~Use();
+        Use(const Use&) = delete;
+        Use& operator=(const Use&) = delete;
+
+    private:
+        const KnownFiles* m_before;
+    };
+
+    // What the calling thread uses now, or null.
+    static const KnownFiles* OfThisThread();
+
+private:
+    std::unordered_set<std::uint64_t> m_files;
+    std::unordered_set<std::uint64_t> m_unknown;
+};
+
+}  // namespace vexa
