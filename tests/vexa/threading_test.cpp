@@ -1,0 +1,187 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/LogCapture.h"
+#include "vexa/threading/CommandQueue.h"
+#include "vexa/threading/JobSystem.h"
+#include "vexa/threading/StepGate.h"
+#include "vexa/threading/ThreadName.h"
+
+namespace vexa {
+namespace {
+
+using namespace std::chrono_literals;
+
+using test::LogCapture;
+using Texts = std::vector<std::string>;
+
+constexpr int kUnusedThread = 17;  // no engine thread has this number
+
+void RunAndWait(std::function<void()> work, const char* name) {
+    const JobHandle handle = run(std::move(work), JobPriority::Normal, 255, name);
+    job_wait(handle);
+    job_release(handle);
+}
+
+TEST(JobSystem, RunsEveryJobOnceAndGivesWaitersWhatItWrote) {
+    constexpr int kJobs = 2000;
+    std::vector<int> results(kJobs, 0);
+    std::vector<JobHandle> handles;
+    for (int i = 0; i < kJobs; ++i)
+        handles.push_back(
+            run([&results, i] { results[i] += i; }, static_cast<JobPriority>(i % 3), 255, "count"));
+    for (const JobHandle handle : handles) job_wait(handle);
+    for (int i = 0; i < kJobs; ++i) EXPECT_EQ(results[i], i);
+    EXPECT_EQ(std::set<JobHandle>(handles.begin(), handles.end()).size(), handles.size());
+    EXPECT_EQ(std::count(handles.begin(), handles.end(), 0), 0);
+    for (const JobHandle handle : handles) job_release(handle);
+}
+
+TEST(JobSystem, ShowsTheJobsNameAndLogsItsException) {
+    LogCapture log;
+    std::string name;
+    RunAndWait([&] { name = GetThreadName(); }, "DependencyScan of all roots");
+    EXPECT_EQ(name, "DependencyScan ");
+    RunAndWait([] { throw std::runtime_error("no store"); }, "scan");
+    RunAndWait([] { throw 1; }, "odd");
+    RunAndWait([&] { name = GetThreadName(); }, "after");
+    EXPECT_EQ(name, "after");
+    EXPECT_EQ(log.TakeTexts(),
+              (Texts{"Job scan failed: no store", "Job odd failed: unknown exception"}));
+}
+
+TEST(JobSystem, ReusesReleasedHandlesAndOutlivesTheirExhaustion) {
+    LogCapture log;
+    std::atomic<int> ran = 0;
+    std::vector<JobHandle> handles;
+    for (int i = 0; i < 65535; ++i)
+        handles.push_back(run([&] { ++ran; }, JobPriority::Low, 255, "many"));
+    EXPECT_EQ(std::count(handles.begin(), handles.end(), 0), 0);
+    EXPECT_EQ(run([&] { ++ran; }, JobPriority::Low, 255, "extra"), 0);
+    job_release(handles[5]);
+    job_release(handles[5]);
+    EXPECT_EQ(run([&] { ++ran; }, JobPriority::Low, 255, "again"), handles[5]);
+    EXPECT_EQ(run([&] { ++ran; }, JobPriority::Low, 255, "extra"), 0);
+    for (const JobHandle handle : handles) {
+        job_wait(handle);
+        job_release(handle);
+    }
+    job_wait(0);
+    job_release(0);
+    RunAndWait([] {}, "all before it have begun");
+    EXPECT_EQ(log.TakeTexts(), Texts(2, "Job extra runs without a handle: none are left"));
+}
+
+TEST(JobSystem, HigherPrioritiesGoFirst) {
+    // As many blockers as there can be workers, so that everything after them has to wait.
+    const unsigned workers = std::thread::hardware_concurrency();
+    std::promise<void> open;
+    const std::shared_future<void> gate = open.get_future().share();
+    for (unsigned i = 0; i < workers; ++i)
+        job_release(run([gate] { gate.wait(); }, JobPriority::High, 255, "blocker"));
+
+    std::mutex mutex;
+    std::string order;
+    std::vector<JobHandle> handles;
+    const auto add = [&](JobPriority priority, char mark) {
+        handles.push_back(run(
+            [&, mark] {
+                std::lock_guard lock(mutex);
+                order += mark;
+            },
+            priority, 255, "mark"));
+    };
+    for (int i = 0; i < 20; ++i) add(JobPriority::Low, 'l');
+    for (int i = 0; i < 20; ++i) add(JobPriority::High, 'h');
+    open.set_value();
+    for (const JobHandle handle : handles) {
+        job_wait(handle);
+        job_release(handle);
+    }
+    // Workers that took their jobs in order may still mark them out of order, one each at most.
+    EXPECT_LE(order.find('l') == std::string::npos ? 99u : 20 - order.find('l'), workers);
+}
+
+TEST(CommandQueue, RunsWhatWasPostedInOrderAndSurvivesExceptions) {
+    LogCapture log;
+    CommandQueue& queue = CommandQueueOfThread(kUnusedThread);
+    std::string calls;
+    queue.post([&] {
+        calls += 'a';
+        queue.post([&] { calls += 'x'; });
+    });
+    queue.post([] { throw std::runtime_error("broken"); });
+    queue.post([&] { calls += 'b'; });
+    EXPECT_EQ(queue.run_pending(), 3u);
+    EXPECT_EQ(calls, "ab");
+    EXPECT_EQ(queue.run_pending(), 1u);
+    EXPECT_EQ(calls, "abx");
+    EXPECT_EQ(queue.wait_and_run(0ms), 0u);
+    EXPECT_EQ(log.TakeTexts(), (Texts{"A posted command failed: broken"}));
+}
+
+TEST(CommandQueue, KeepsTheOrderWhenACommandRunsTheQueue) {
+    CommandQueue& queue = CommandQueueOfThread(kUnusedThread);
+    std::string calls;
+    queue.post([&] {
+        calls += 'a';
+        queue.post([&] { calls += 'd'; });
+        EXPECT_EQ(queue.run_pending(), 3u);
+    });
+    queue.post([&] { calls += 'b'; });
+    queue.post([&] { calls += 'c'; });
+    EXPECT_EQ(queue.run_pending(), 1u);
+    EXPECT_EQ(calls, "abcd");
+}
+
+TEST(CommandQueue, WakesItsOwner) {
+    constexpr auto& editor = vxThread<0>::Handle;
+    std::atomic<bool> stop = false;
+    int ran = 0;
+    std::thread poster([&] {
+        for (int i = 0; i < 1000; ++i) editor.post([&ran] { ++ran; });
+        editor.post([&] { stop = true; });
+    });
+    while (!stop) editor.wait_and_run(1h);
+    poster.join();
+    EXPECT_EQ(ran, 1000);
+    EXPECT_EQ(CommandQueueOfThread(1).run_pending(), 0u);
+}
+
+TEST(StepGate, ShutWaitsForTheStepAndLetsNoOtherBegin) {
+    static auto& gate = *new StepGate;  // threads sleep behind it until the process ends
+    static std::atomic<bool> inside, late;
+    std::promise<void> entered, leave;
+    std::thread step([&] {
+        const StepGate::Pass pass(gate);
+        inside = true;
+        entered.set_value();
+        leave.get_future().wait();
+        inside = false;
+    });
+    entered.get_future().wait();
+    std::future<bool> shut = std::async(std::launch::async, [&] {
+        gate.Shut();
+        return inside.load();
+    });
+    EXPECT_EQ(shut.wait_for(20ms), std::future_status::timeout);
+    leave.set_value();
+    EXPECT_FALSE(shut.get());
+    step.join();
+    std::thread([] {
+        const StepGate::Pass pass(gate);
+        late = true;
+    }).detach();
+    gate.Shut();
+    EXPECT_FALSE(late);
+}
+
+}  // namespace
+}  // namespace vexa
