@@ -1,0 +1,206 @@
+#include "vexa/io/JsonData.h"
+
+#include <rapidjson/error/en.h>
+#include <rapidjson/reader.h>
+
+#include <new>
+#include <string_view>
+
+#include "vexa/common/InterfaceBox.h"
+#include "vexa/util/TextPosition.h"
+
+namespace vexa {
+namespace ujson {
+namespace {
+
+constexpr std::size_t kValueLimit = std::size_t{1} << 25;
+
+// The parser's input: a text that ends in NUL. Unlike the library's own stream it is never copied,
+// so that the handler can ask how far the parser is.
+class TextStream {
+public:
+    using Ch = char;
+
+    TextStream(const std::string& text, std::size_t begin)
+        : m_begin(text.c_str()), m_at(m_begin + begin) {}
+    TextStream(const TextStream&) = delete;
+    TextStream& operator=(const TextStream&) = delete;
+
+    char Peek() const { return *m_at; }
+    char Take() { return *m_at++; }
+    std::size_t Tell() const { return static_cast<std::size_t>(m_at - m_begin); }
+
+    // Asked for by the library's concept of a stream, for parsing in place only.
+    char* PutBegin() { return nullptr; }
+    void Put(char) {}
+    std::size_t PutEnd(char*) { return 0; }
+
+private:
+    const char* m_begin;
+    const char* m_at;
+};
+
+bool IsEscaped(std::string_view text, std::size_t at) {
+    const std::size_t before = text.substr(0, at).find_last_not_of('\\');
+    return (at - before) % 2 == 0;  // npos + 1 is 0, so this holds at the text's start as well
+}
+
+// The opening quote of the string literal that ends before `end`.
+std::size_t StringBegin(std::string_view text, std::size_t end) {
+    std::size_t at = end - 1;
+    do at = text.rfind('"', at - 1);
+    while (IsEscaped(text, at));
+    return at;
+}
+
+std::size_t NumberBegin(std::string_view text, std::size_t end) {
+    return text.substr(0, end).find_last_not_of("+-.0123456789Ee") + 1;
+}
+
+}  // namespace
+
+// Builds the tree from the parser's events. The open lists are kept as pointers: a list is only
+// appended to while no list below it is open.
+class value_builder {
+public:
+    value_builder(const std::string& text, const TextStream& stream, value& root)
+        : m_text(text), m_stream(stream), m_root(root) {}
+
+    bool TooMany() const { return m_count > kValueLimit; }
+
+    bool Null() { return Add(value(), End() - 4); }
+    bool Bool(bool flag) {
+        value v;
+        v.m_data = flag;
+        return Add(std::move(v), End() - (flag ? 4 : 5));
+    }
+    bool Int(int number) { return Double(number); }
+    bool Uint(unsigned number) { return Double(number); }
+    bool Int64(std::int64_t number) { return Double(static_cast<double>(number)); }
+    bool Uint64(std::uint64_t number) { return Double(static_cast<double>(number)); }
+    bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }  // not asked for
+    bool Double(double number) {
+        value v;
+        v.m_data = number;
+        return Add(std::move(v), NumberBegin(m_text, End()));
+    }
+    bool String(const char* text, rapidjson::SizeType length, bool) {
+        value v;
+        v.m_data = std::make_unique<std::string>(text, length);
+        return Add(std::move(v), StringBegin(m_text, End()));
+    }
+    bool Key(const char* text, rapidjson::SizeType length, bool) {
+        m_key.assign(text, length);
+        return true;
+    }
+    // A list is announced while the parser still stands on its bracket.
+    bool StartObject() { return Add(value(value::kind::Object), End()); }
+    bool StartArray() { return Add(value(value::kind::Array), End()); }
+    bool EndObject(rapidjson::SizeType) { return Close(); }
+    bool EndArray(rapidjson::SizeType) { return Close(); }
+
+private:
+    std::size_t End() const { return m_stream.Tell(); }
+
+    bool Add(value v, std::size_t offset) {
+        if (++m_count > kValueLimit) return false;
+        v.m_offset = offset;
+        value& placed = Place(std::move(v));
+        if (placed.is_object() || placed.is_array()) m_open.push_back(&placed);
+        return true;
+    }
+
+    value& Place(value v) {
+        if (m_open.empty()) return m_root = std::move(v);
+        value& list = *m_open.back();
+        if (list.is_array()) return list.to_array().emplace_back(std::move(v));
+        return list.to_object().emplace_back(std::move(m_key), std::move(v)).second;
+    }
+
+    bool Close() {
+        m_open.pop_back();
+        return true;
+    }
+
+    std::string_view m_text;
+    const TextStream& m_stream;
+    value& m_root;
+    std::vector<value*> m_open;
+    std::string m_key;
+    std::size_t m_count = 0;
+};
+
+}  // namespace ujson
+
+namespace vxio {
+namespace {
+
+// Not recursive, since depth comes from input.
+constexpr unsigned kParseOptions = rapidjson::kParseIterativeFlag | rapidjson::kParseCommentsFlag;
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
+// In JSON the first two characters are ASCII.
+bool IsWideText(std::string_view text) {
+    return text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") ||
+           text.substr(0, 2).find('\0') != text.npos;
+}
+
+}  // namespace
+
+JsonData::JsonData() = default;
+JsonData::~JsonData() = default;
+JsonData::JsonData(JsonData&&) noexcept = default;
+JsonData& JsonData::operator=(JsonData&&) noexcept = default;
+
+int JsonData::Load(const std::string& path) {
+    const FilePtr file = InterfaceBox::Instance().GetFileService().ReadFile(path);
+    if (!file) return Fail("the file cannot be read");
+    try {
+        return LoadText(std::string(file->GetData(), file->GetSize()));
+    } catch (const std::bad_alloc&) {
+        return Fail("out of memory");
+    }
+}
+
+int JsonData::LoadText(std::string text) {
+    m_source = std::move(text);
+    m_error.clear();
+    m_root = nullptr;
+    if (IsWideText(m_source)) return Fail("the text is UTF-16 or UTF-32; JSON is read as UTF-8");
+    const std::size_t nul = m_source.find('\0');
+    if (nul != m_source.npos) return Fail(DescribeAt(m_source, nul, "a NUL byte"));
+    try {
+        return Parse();
+    } catch (const std::bad_alloc&) {
+        return Fail("out of memory");
+    }
+}
+
+int JsonData::Parse() {
+    ujson::TextStream stream(m_source, m_source.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0);
+    auto root = std::make_unique<ujson::value>();
+    ujson::value_builder builder(m_source, stream, *root);
+    rapidjson::Reader reader;
+    const rapidjson::ParseResult result = reader.Parse<kParseOptions>(stream, builder);
+    if (builder.TooMany()) return Fail("the document has too many values");
+    if (!result) {
+        return Fail(DescribeAt(m_source, result.Offset(),
+                               AsReason(rapidjson::GetParseError_En(result.Code()))));
+    }
+    m_root = std::move(root);
+    return 0;
+}
+
+int JsonData::Fail(std::string reason) {
+    m_error = std::move(reason);
+    m_source.clear();
+    m_root = nullptr;
+    return -1;
+}
+
+ujson::value* JsonData::GetRoot() {
+    return m_root.get();
+}
+
+}  // namespace vxio
+}  // namespace vexa

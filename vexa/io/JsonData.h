@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace vexa {
+
+namespace ujson {
+
+class value;
+// A member of an object; an object is the list of its members in file order, repeated names kept.
+using member = std::pair<std::string, value>;
+using object = std::vector<member>;
+using array = std::vector<value>;
+
+// A JSON value. Copies are deep. Not locked: a value belongs to one thread at a time.
+class value {
+public:
+    enum class kind : std::uint8_t { Null, Boolean, Number, String, Array, Object };
+    static constexpr std::size_t no_offset = static_cast<std::size_t>(-1);
+
+    value();
+    explicit value(kind type);
+    value(const value&);
+    value& operator=(const value&);
+    value(value&&) noexcept;
+    value& operator=(value&&) noexcept;
+    ~value();  // not recursive: depth comes from input
+
+    kind type() const { return static_cast<kind>(m_data.index()); }
+    bool is_object() const { return type() == kind::Object; }
+    bool is_array() const { return type() == kind::Array; }
+    bool is_string() const { return type() == kind::String; }
+
+    // The members or elements; a list that is empty, and is not the value's, when the value is of
+    // another kind.
+    object& to_object();
+    const object& to_object() const;
+    array& to_array();
+    const array& to_array() const;
+
+    // The string's text, in UTF-8 unless the file held other bytes; `fallback` for other kinds.
+    std::string to_string(const std::string& fallback) const;
+    // The number cut to its integer part; `fallback` for other kinds and for numbers that do not
+    // fit.
+    std::int32_t to_int32(std::int32_t fallback) const;
+
+    // Makes the value a string.
+    void set_string(std::string text);
+
+    // Where the value's text begins in the file's bytes (a string's at its opening quote);
+    // no_offset for a value that was not read from a file.
+    std::size_t offset() const { return m_offset; }
+
+private:
+    friend class value_builder;
+    void copy_scalar(const value& other);
+    bool has_nested_lists() const;
+    void dismantle();
+
+    // Small, since a document can have tens of millions of values. In the order of `kind`.
+    std::variant<std::monostate, bool, double, std::unique_ptr<std::string>, std::unique_ptr<array>,
+                 std::unique_ptr<object>>
+        m_data;
+    std::size_t m_offset = no_offset;
+};
+
+}  // namespace ujson
+
+namespace vxio {
+
+// A JSON document that keeps the bytes of its file. One thread at a time.
+class JsonData {
+public:
+    JsonData();
+    ~JsonData();
+    JsonData(JsonData&&) noexcept;
+    JsonData& operator=(JsonData&&) noexcept;
+
+    // Reads a file through the file service. 0 when it parsed; -1 when it cannot be read or is not
+    // JSON: GetError then says why, and the document is empty. Comments and a BOM are read over.
+    // JSON is UTF-8 (RFC 8259): UTF-16 and UTF-32 are refused, while single bytes in a string that
+    // are no UTF-8 are kept as they stand. Refused as well are NUL bytes, numbers beyond the range
+    // of a double and documents of more than 32 Mi values.
+    int Load(const std::string& path);
+    int LoadText(std::string text);
+
+    // The root value; null when nothing is loaded.
+    ujson::value* GetRoot();
+
+    // "line 3, column 7: missing a comma", "" after a success.
+    const std::string& GetError() const { return m_error; }
+
+    const std::string& GetSource() const { return m_source; }
+
+private:
+    int Parse();
+    int Fail(std::string reason);
+
+    std::string m_source;
+    std::string m_error;
+    std::unique_ptr<ujson::value> m_root;
+};
+
+}  // namespace vxio
+}  // namespace vexa
