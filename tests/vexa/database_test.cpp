@@ -1,0 +1,660 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <lmdb.h>
+#include <sys/resource.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <future>
+#include <map>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TempDir.h"
+#include "vexa/db/VXDatabase.h"
+#include "vexa/db/WriterLock.h"
+
+namespace vexa {
+namespace {
+
+using namespace std::chrono_literals;
+using test::ChildProcess;
+using test::Signal;
+using test::TempDir;
+using testing::HasSubstr;
+
+constexpr DatabaseTable kTables[] = {DatabaseTable::Dependency, DatabaseTable::Catalogue};
+
+class Database : public VXDatabase {
+public:
+    explicit Database(const std::string& directory, bool readOnly = false) {
+        OpenDatabase(directory.c_str(), static_cast<unsigned>(directory.size()), readOnly);
+    }
+    int Put(const std::string& key, const std::string& value, MDB_txn* transaction,
+            DatabaseTable table = DatabaseTable::Dependency) {
+        return Add(key.data(), static_cast<unsigned>(key.size()), value.data(), value.size(),
+                   transaction, table);
+    }
+    int Find(const std::string& key, std::string& value, MDB_txn* transaction) {
+        return Get(key.data(), static_cast<unsigned>(key.size()), value, transaction);
+    }
+    // A transaction for itself each.
+    bool Store(const std::string& key, const std::string& value) {
+        MDB_txn* transaction = TransBegin();
+        const bool added = Put(key, value, transaction) == 0;
+        return TransCommit(transaction) && added;
+    }
+    // "" when there is none, or on failure.
+    std::string Load(const std::string& key) {
+        std::string value;
+        MDB_txn* transaction = TransBeginRead();
+        Find(key, value, transaction);
+        TransAbort(transaction);
+        return value;
+    }
+};
+
+class DatabaseTest : public testing::Test {
+protected:
+    ~DatabaseTest() override { SetWriterPatience(30s); }
+
+    TempDir m_directory;
+    const std::string& m_path = m_directory.Path();
+};
+
+// Two records that every transaction of a writer changes together.
+bool StorePair(Database& database, int number) {
+    MDB_txn* transaction = database.TransBegin();
+    database.Put("first", std::to_string(number), transaction);
+    database.Put("second", std::to_string(number), transaction);
+    return database.TransCommit(transaction);
+}
+
+// The number of the pair; -1 when the two differ.
+int LoadPair(Database& database) {
+    std::string first = "0";
+    std::string second = "0";
+    MDB_txn* transaction = database.TransBeginRead();
+    const bool read = database.Find("first", first, transaction) != VXDatabase::kFailed &&
+                      database.Find("second", second, transaction) != VXDatabase::kFailed;
+    database.TransAbort(transaction);
+    return read && first == second ? std::stoi(first) : -1;
+}
+
+TEST_F(DatabaseTest, ResultsOfRecordOperations) {
+    Database database(m_path);
+    MDB_txn* write = database.TransBegin();
+    EXPECT_EQ(database.Put("key", "value", write), 0);
+    EXPECT_EQ(database.Put("empty", "", write), 0);
+    EXPECT_EQ(database.Put("", "value", write), VXDatabase::kFailed);
+    EXPECT_EQ(database.Put(std::string(512, 'k'), "value", write), VXDatabase::kFailed);
+    EXPECT_THAT(database.GetError(), HasSubstr(m_path));
+    EXPECT_EQ(database.Put("key", "value", nullptr), VXDatabase::kFailed);
+    EXPECT_FALSE(database.Remove("absent", 6, write));
+    EXPECT_TRUE(database.TransCommit(write));
+
+    MDB_txn* read = database.TransBeginRead();
+    std::string value = "before";
+    EXPECT_EQ(database.Find("absent", value, read), -30798);
+    EXPECT_EQ(database.Find("key", value, nullptr), -1);
+    EXPECT_EQ(database.Find("", value, read), -1);
+    EXPECT_EQ(value, "before");
+    EXPECT_EQ(database.Find("key", value, read), 0);
+    EXPECT_EQ(value, "value");
+    EXPECT_EQ(database.Find("empty", value, read), 0);
+    EXPECT_EQ(value, "");
+    for (const auto& [length, expected] :
+         std::map<unsigned, std::string>{{0, "12345678"}, {3, "val45678"}, {8, "value678"}}) {
+        std::string buffer = "12345678";
+        EXPECT_EQ(database.Get("key", 3, buffer.data(), length, read), 0);
+        EXPECT_EQ(buffer, expected);
+    }
+    EXPECT_EQ(database.Put("key", "value", read), VXDatabase::kFailed);
+    EXPECT_FALSE(database.Remove("key", 3, read));
+    EXPECT_TRUE(database.TransCommit(read));
+    EXPECT_FALSE(database.TransCommit(read));
+}
+
+TEST_F(DatabaseTest, ClosedDatabaseFails) {
+    VXDatabase database;
+    database.Close();
+    EXPECT_FALSE(database.IsOpen());
+    EXPECT_EQ(database.TransBegin(), nullptr);
+    EXPECT_EQ(database.TransBeginRead(), nullptr);
+    EXPECT_THAT(database.GetError(), HasSubstr("no database is open"));
+    EXPECT_FALSE(database.OpenDatabase(nullptr, 0, false));
+    const std::string missing = m_directory.Path("missing");
+    EXPECT_FALSE(database.OpenDatabase(missing.c_str(), 1000, false));
+    EXPECT_EQ(database.GetError(), missing + ": No such file or directory");
+    EXPECT_FALSE(database.IsDamaged());
+}
+
+TEST_F(DatabaseTest, AgreesWithAModel) {
+    using Table = std::map<std::string, std::string>;
+    std::mt19937 random(7);
+    std::array<Table, 2> model;
+    std::array<Table, 2> changed;
+    auto database = std::make_unique<Database>(m_path);
+    for (int round = 0; round < 60; ++round) {
+        changed = model;
+        MDB_txn* write = database->TransBegin();
+        ASSERT_NE(write, nullptr) << database->GetError();
+        for (int step = 0; step < 100; ++step) {
+            const std::size_t which = random() % 2;
+            const std::string key = std::to_string(random() % 200);
+            const std::string value(random() % 10 == 0 ? 20000 : random() % 40, 'v');
+            if (random() % 3 != 0) {
+                ASSERT_EQ(database->Put(key, value, write, kTables[which]), 0);
+                changed[which][key] = value;
+            } else {
+                const bool removed = database->Remove(key.data(), static_cast<unsigned>(key.size()),
+                                                      write, kTables[which]);
+                ASSERT_EQ(removed, changed[which].erase(key) == 1);
+            }
+        }
+        if (round % 10 == 9) {
+            ASSERT_TRUE(database->Clear(kTables[0], write));
+            changed[0].clear();
+        }
+        if (random() % 4 != 0) {
+            ASSERT_TRUE(database->TransCommit(write));
+            model = changed;
+        } else {
+            database->TransAbort(write);
+        }
+        if (random() % 4 == 0) database = std::make_unique<Database>(m_path);
+
+        const std::string from = random() % 2 == 0 ? "" : std::to_string(random() % 200);
+        MDB_txn* read = database->TransBeginRead();
+        for (const std::size_t which : {0, 1}) {
+            Table stored;
+            ASSERT_TRUE(database->ForEach(
+                kTables[which], from,
+                [&](std::string_view key, std::string_view value) {
+                    return stored.emplace_hint(stored.end(), key, value), true;
+                },
+                read));
+            ASSERT_EQ(stored, Table(model[which].lower_bound(from), model[which].end()));
+        }
+        database->TransAbort(read);
+    }
+}
+
+TEST_F(DatabaseTest, VisitsEndWhereAsked) {
+    Database database(m_path);
+    for (const char* key : {"a", "b", "c"}) ASSERT_TRUE(database.Store(key, key));
+    MDB_txn* read = database.TransBeginRead();
+    std::string seen;
+    const auto visit = [&](std::string_view key, std::string_view) {
+        database.TransAbort(read);  // refused: it is in use
+        std::string value;
+        EXPECT_EQ(database.Find("c", value, read), 0);
+        seen += key;
+        return key != "b";
+    };
+    EXPECT_TRUE(database.ForEach(DatabaseTable::Dependency, "", visit, read));
+    EXPECT_EQ(seen, "ab");
+    database.TransAbort(read);
+    EXPECT_FALSE(database.ForEach(DatabaseTable::Dependency, "", visit, read));
+}
+
+TEST_F(DatabaseTest, OpeningsCount) {
+    auto first = std::make_unique<Database>(m_path);
+    Database second(m_directory.Path("."));
+    ASSERT_TRUE(second.IsOpen());
+    ASSERT_TRUE(second.OpenDatabase(m_path.c_str(), 1000, true));
+    ASSERT_TRUE(first->Store("key", "value"));
+    first.reset();
+    second.Close();
+    EXPECT_EQ(second.Load("key"), "value");
+    EXPECT_TRUE(second.Store("key", "later"));
+    const std::string other = m_directory.MakeDir("other");
+    EXPECT_FALSE(second.OpenDatabase(other.c_str(), 1000, false));
+    EXPECT_THAT(second.GetError(), HasSubstr("cannot be opened while " + m_path + " is open"));
+    second.Close();
+    second.Close();
+    EXPECT_FALSE(second.IsOpen());
+    EXPECT_EQ(Database(m_path).Load("key"), "later");
+}
+
+TEST_F(DatabaseTest, DirectoryThatWasReplacedIsAnotherDatabase) {
+    const std::string path = m_directory.MakeDir("store");
+    Database before(path);
+    ASSERT_TRUE(before.Store("key", "before"));
+    std::filesystem::rename(path, m_directory.Path("aside"));
+    m_directory.MakeDir("store");
+    Database after(path);
+    EXPECT_EQ(after.Load("key"), "");
+    EXPECT_EQ(before.Load("key"), "before");
+    EXPECT_EQ(Database(m_directory.Path("aside")).Load("key"), "before");
+}
+
+TEST_F(DatabaseTest, EndedTransactionsAreIgnored) {
+    Database database(m_path);
+    MDB_txn* ended = database.TransBegin();
+    EXPECT_EQ(database.TransBegin(), nullptr);
+    EXPECT_THAT(database.GetError(), HasSubstr("has a write transaction already"));
+    database.TransAbort(ended);
+    database.TransAbort(ended);
+    database.TransAbort(nullptr);
+    std::thread([&] {
+        // LMDB has one address for all write transactions.
+        MDB_txn* live = database.TransBegin();
+        ASSERT_EQ(live, ended);
+        std::thread([&] {
+            database.TransAbort(ended);
+            EXPECT_FALSE(database.TransCommit(ended));
+            std::string value;
+            EXPECT_EQ(database.Find("key", value, ended), VXDatabase::kFailed);
+        }).join();
+        EXPECT_EQ(database.Put("key", "value", live), 0);
+        EXPECT_TRUE(database.TransCommit(live));
+    }).join();
+    EXPECT_EQ(database.Load("key"), "value");
+}
+
+TEST_F(DatabaseTest, CloseEndsWhatIsLeft) {
+    Database database(m_path);
+    ASSERT_TRUE(database.Store("key", "value"));
+    MDB_txn* read = database.TransBeginRead();
+    MDB_txn* write = database.TransBegin();
+    ASSERT_EQ(database.Put("key", "lost", write), 0);
+    database.Close();
+    std::string value;
+    EXPECT_EQ(database.Find("key", value, read), VXDatabase::kFailed);
+    EXPECT_FALSE(database.TransCommit(write));
+    ASSERT_TRUE(database.OpenDatabase(m_path.c_str(), 1000, false));
+    database.TransAbort(read);
+    EXPECT_EQ(database.Load("key"), "value");
+}
+
+TEST_F(DatabaseTest, CloseWaitsForAnotherThreadsWriter) {
+    Database database(m_path);
+    std::promise<void> writing;
+    std::thread writer([&] {
+        MDB_txn* transaction = database.TransBegin();
+        writing.set_value();
+        for (int i = 0; i < 1000; ++i) database.Put(std::to_string(i), "value", transaction);
+        EXPECT_TRUE(database.TransCommit(transaction));
+    });
+    writing.get_future().wait();
+    database.Close();
+    writer.join();
+    EXPECT_EQ(Database(m_path).Load("999"), "value");
+}
+
+TEST_F(DatabaseTest, ManyReadersAtOnce) {
+    Database database(m_path);
+    ASSERT_TRUE(database.Store("key", "value"));
+    std::vector<MDB_txn*> readers;
+    for (int i = 0; i < 900; ++i) readers.push_back(database.TransBeginRead());
+    ASSERT_TRUE(database.Store("key", "later"));
+    std::string value;
+    for (MDB_txn* reader : readers) {
+        ASSERT_EQ(database.Find("key", value, reader), 0);
+        ASSERT_EQ(value, "value");
+        database.TransAbort(reader);
+    }
+    EXPECT_EQ(database.Load("key"), "later");
+}
+
+TEST_F(DatabaseTest, ThreadsReadWhileOneWritesAndOneReopens) {
+    Database keeper(m_path);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 6; ++i)
+        threads.emplace_back([&](const std::stop_token& stop) {
+            for (int before = 0; !stop.stop_requested();) {
+                const int now = LoadPair(keeper);
+                ASSERT_GE(now, before);
+                before = now;
+            }
+        });
+    threads.emplace_back([&](const std::stop_token& stop) {
+        while (!stop.stop_requested()) ASSERT_GE(LoadPair(*std::make_unique<Database>(m_path)), 0);
+    });
+    for (int i = 1; i <= 300; ++i) ASSERT_TRUE(StorePair(keeper, i));
+}
+
+TEST_F(DatabaseTest, CloseUnderReadersMakesThemFail) {
+    for (int round = 0; round < 30; ++round) {
+        Database database(m_path);
+        ASSERT_TRUE(database.Store("key", "value"));
+        std::vector<std::thread> threads;
+        std::atomic<int> reads = 0;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] {
+                while (MDB_txn* transaction = database.TransBeginRead()) {
+                    std::string value = "value";
+                    database.Find("key", value, transaction);
+                    EXPECT_EQ(value, "value");
+                    database.TransAbort(transaction);
+                    ++reads;
+                }
+            });
+        while (reads < 20) std::this_thread::yield();
+        database.Close();
+        for (std::thread& thread : threads) thread.join();
+    }
+}
+
+TEST_F(DatabaseTest, ProcessesSeeWholeTransactions) {
+    Signal started;
+    const auto reader = [&] {
+        Database database(m_path);
+        int before = LoadPair(database);
+        started.Send();
+        while (before >= 0 && before < 300) {
+            const int now = LoadPair(database);
+            if (now < before) return 1;
+            before = now;
+        }
+        return before == 300 ? 0 : 2;
+    };
+    ChildProcess first(reader);
+    ChildProcess second(reader);
+    started.Wait(2);
+    Database database(m_path);
+    for (int i = 1; i <= 300; ++i) ASSERT_TRUE(StorePair(database, i));
+    EXPECT_EQ(first.Wait(), 0);
+    EXPECT_EQ(second.Wait(), 0);
+}
+
+TEST_F(DatabaseTest, ProcessesOpenAndCloseAtOnce) {
+    const auto user = [&] {
+        for (int i = 0; i < 30; ++i) {
+            Database database(m_path);
+            if (!database.Store("key", "value") || database.Load("key") != "value") return 1;
+        }
+        return 0;
+    };
+    ChildProcess first(user), second(user), third(user);
+    EXPECT_EQ(first.Wait(), 0);
+    EXPECT_EQ(second.Wait(), 0);
+    EXPECT_EQ(third.Wait(), 0);
+}
+
+TEST_F(DatabaseTest, KilledWriterLosesOnlyItsLastTransaction) {
+    std::mt19937 random(11);
+    int before = 0;
+    for (int round = 0; round < 10; ++round) {
+        Signal stored;
+        ChildProcess writer([&] {
+            Database database(m_path);
+            for (int i = before + 1; StorePair(database, i); ++i) stored.Send();
+            return 1;
+        });
+        const int seen = 1 + static_cast<int>(random() % 20);
+        stored.Wait(seen);
+        for (unsigned spins = random() % 100000; spins > 0; --spins) std::this_thread::yield();
+        writer.Kill();
+
+        Database database(m_path);
+        const int number = LoadPair(database);
+        ASSERT_GE(number, before + seen);
+        SetWriterPatience(1s);
+        ASSERT_TRUE(StorePair(database, number + 1)) << database.GetError();
+        before = number + 1;
+    }
+}
+
+TEST_F(DatabaseTest, WaitingWriterNamesTheHolder) {
+    Signal holds, released;
+    ChildProcess holder([&] {
+        Database database(m_path);
+        MDB_txn* transaction = database.TransBegin();
+        holds.Send();
+        released.Wait();
+        return database.TransCommit(transaction) ? 0 : 1;
+    });
+    holds.Wait();
+    Database database(m_path);
+    SetWriterPatience(100ms);
+    EXPECT_EQ(database.TransBegin(), nullptr);
+    std::string program;
+    std::getline(std::ifstream("/proc/self/comm"), program);
+    EXPECT_EQ(database.GetError(), m_path + ": in use by " + program + " (process " +
+                                       std::to_string(holder.Id()) + ") for more than 0.1 seconds");
+    MDB_txn* read = database.TransBeginRead();
+    EXPECT_NE(read, nullptr) << "readers wait for nobody";
+    database.TransAbort(read);
+    released.Send();
+    EXPECT_EQ(holder.Wait(), 0);
+
+    MDB_txn* own = database.TransBegin();
+    ASSERT_NE(own, nullptr);
+    std::thread([&] {
+        EXPECT_EQ(database.GetError(), "");
+        EXPECT_EQ(database.TransBegin(), nullptr);
+        EXPECT_THAT(database.GetError(), HasSubstr("(process " + std::to_string(getpid()) + ")"));
+    }).join();
+    database.TransAbort(own);
+}
+
+TEST_F(DatabaseTest, WritersInALoopLetOthersPass) {
+    SetWriterPatience(3s);
+    Signal signal;
+    ChildProcess other([&] {
+        Database database(m_path);
+        while (MDB_txn* transaction = database.TransBegin()) {
+            // Time goes by inside the transaction, hardly any between two of them.
+            for (int i = 0; i < 3000; ++i) database.Put(std::to_string(i), "value", transaction);
+            if (!database.TransCommit(transaction)) break;
+            signal.Send();
+        }
+        return 1;
+    });
+    signal.Wait();
+    Database database(m_path);
+    std::jthread thread([&](const std::stop_token& stop) {
+        while (!stop.stop_requested()) ASSERT_TRUE(database.Store("thread", "value"));
+    });
+    for (int i = 0; i < 20; ++i) ASSERT_TRUE(database.Store("key", "value")) << database.GetError();
+}
+
+TEST_F(DatabaseTest, NothingOpenIsUsableInAForkedChild) {
+    Database database(m_path);
+    ASSERT_TRUE(database.Store("key", "value"));
+    MDB_txn* read = database.TransBeginRead();
+    MDB_txn* write = database.TransBegin();
+    ASSERT_EQ(database.Put("key", "later", write), 0);
+    ChildProcess child([&] {
+        std::string value;
+        if (database.TransBeginRead() != nullptr || database.IsOpen()) return 1;
+        if (database.Find("key", value, read) != VXDatabase::kFailed) return 2;
+        if (database.TransCommit(write)) return 3;
+        database.TransAbort(write);
+        database.Close();
+        return Database(m_path).Load("key") == "value" ? 0 : 4;
+    });
+    EXPECT_EQ(child.Wait(), 0);
+    EXPECT_TRUE(database.TransCommit(write));
+    database.TransAbort(read);
+    EXPECT_EQ(database.Load("key"), "later");
+}
+
+TEST_F(DatabaseTest, ReadOnlyOpening) {
+    const std::string empty = m_directory.MakeDir("empty");
+    Database none(empty, true);
+    EXPECT_FALSE(none.IsOpen());
+    EXPECT_FALSE(none.IsDamaged());
+    EXPECT_EQ(none.GetError(), empty + ": holds no database");
+    EXPECT_TRUE(std::filesystem::is_empty(empty));
+
+    ASSERT_TRUE(Database(m_path).Store("key", "value"));
+    Database reader(m_path, true);
+    EXPECT_EQ(reader.Load("key"), "value");
+    EXPECT_EQ(reader.TransBegin(), nullptr);
+    EXPECT_THAT(reader.GetError(), HasSubstr("reading only"));
+    EXPECT_FALSE(Database(m_path).IsOpen()) << "LMDB forbids a second, writing opening";
+}
+
+TEST_F(DatabaseTest, DamageIsTold) {
+    const std::string path = m_directory.MakeDir("store");
+    const auto write = [&](const std::string& data) { m_directory.Write("store/data.mdb", data); };
+    {
+        Database database(path);
+        for (const int from : {0, 500, 1000, 1500}) {
+            MDB_txn* transaction = database.TransBegin();
+            for (int i = from; i < from + 500; ++i)
+                ASSERT_EQ(database.Put(std::to_string(i), std::string(300, 'v'), transaction), 0);
+            ASSERT_TRUE(database.TransCommit(transaction));
+        }
+        // The end is a value; the roots come to lie in reused pages before it.
+        ASSERT_TRUE(database.Store("big", std::string(100000, 'v')));
+        for (int i = 0; i < 4; ++i) ASSERT_TRUE(database.Store("small", "value"));
+    }
+    const std::string sound = m_directory.Read("store/data.mdb");
+    const auto patched = [&](std::size_t at, const std::string& bytes) {
+        return std::string(sound).replace(at, bytes.size(), bytes);
+    };
+    struct Case {
+        const char* name;
+        std::string data;
+        const char* words;
+    };
+    const Case cases[] = {
+        {"empty", "", "its end is missing"},
+        {"text", std::string(100000, 'x'), "it is no database file"},
+        {"short text", "x", "its end is missing"},
+        {"zeros", std::string(sound.size(), '\0'), "it is no database file"},
+        {"one head", sound.substr(0, 4096), "its end is missing"},
+        {"heads only", sound.substr(0, 8192), "its end is missing"},
+        {"half", sound.substr(0, sound.size() / 2), "its end is missing"},
+        {"last page gone", sound.substr(0, sound.size() - 4096), "its end is missing"},
+        {"other version", patched(20, "\x09"), "of another version"},
+        {"page size 0", patched(40, std::string(4, '\0')), "its head is inconsistent"},
+        {"body zero", sound.substr(0, 8192) + std::string(sound.size() - 8192, '\0'),
+         "a page is inconsistent"},
+    };
+    for (const Case& damaged : cases) {
+        SCOPED_TRACE(damaged.name);
+        write(damaged.data);
+        for (const bool readOnly : {true, false}) {
+            Database database(path, readOnly);
+            EXPECT_FALSE(database.IsOpen());
+            EXPECT_TRUE(database.IsDamaged());
+            EXPECT_THAT(database.GetError(), HasSubstr(path + ": data.mdb is damaged: "));
+            EXPECT_THAT(database.GetError(), HasSubstr(damaged.words));
+        }
+        EXPECT_EQ(m_directory.Read("store/data.mdb"), damaged.data);
+    }
+    write(sound);
+    Database database(path);
+    EXPECT_FALSE(database.IsDamaged());
+    EXPECT_EQ(database.Load("1999"), std::string(300, 'v'));
+}
+
+// How far the data file reaches by its own account.
+std::size_t DeclaredSize(const std::string& directory) {
+    MDB_env* environment = nullptr;
+    MDB_envinfo info = {};
+    MDB_stat pages = {};
+    mdb_env_create(&environment);
+    EXPECT_EQ(mdb_env_open(environment, directory.c_str(), MDB_RDONLY, 0664), 0);
+    mdb_env_info(environment, &info);
+    mdb_env_stat(environment, &pages);
+    mdb_env_close(environment);
+    return (info.me_last_pgno + 1) * pages.ms_psize;
+}
+
+// Pages that were taken and freed in one transaction count as part of the file but are not in it.
+TEST_F(DatabaseTest, ShortFileIsSoundWhenItsEndIsFree) {
+    const auto isShort = [&] {
+        return std::filesystem::file_size(m_directory.Path("data.mdb")) < DeclaredSize(m_path);
+    };
+    for (const std::size_t size : {100000, 300000, 30000000}) {
+        int tries = 0;
+        do {
+            Database database(m_path);
+            ASSERT_TRUE(database.IsOpen()) << database.GetError();
+            MDB_txn* transaction = database.TransBegin();
+            ASSERT_EQ(database.Put("key", std::to_string(size), transaction), 0);
+            ASSERT_EQ(database.Put("big", std::string(size, 'x'), transaction), 0);
+            ASSERT_TRUE(database.Remove("big", 3, transaction));
+            ASSERT_TRUE(database.TransCommit(transaction));
+            ASSERT_LT(++tries, 10);
+        } while (!isShort());
+        EXPECT_EQ(Database(m_path).Load("key"), std::to_string(size));
+    }
+}
+
+TEST_F(DatabaseTest, DeniedAccessIsNoDamage) {
+    ASSERT_TRUE(Database(m_path).Store("key", "value"));
+    const std::string bare = m_directory.MakeDir("bare");
+    std::filesystem::permissions(
+        bare, std::filesystem::perms::owner_read | std::filesystem::perms::others_exec);
+    ChildProcess child([&] {
+        if (::getuid() == 0 && ::setuid(65534) != 0) return 1;
+        for (const std::string& path : {m_path, bare}) {
+            Database database(path);
+            if (database.IsOpen() || database.IsDamaged()) return 2;
+            if (database.GetError().find("Permission denied") == std::string::npos) return 3;
+        }
+        return 0;
+    });
+    EXPECT_EQ(child.Wait(), 0);
+}
+
+// A limit on the size of files fails writes as a full disk does.
+TEST_F(DatabaseTest, FullDiskLeavesTheStoreAsItWas) {
+    ASSERT_TRUE(Database(m_path).Store("key", "value"));
+    const auto limitFiles = [](rlim_t size) {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {size, size};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    };
+    ChildProcess child([&] {
+        Database database(m_path);
+        limitFiles(256 << 10);
+        MDB_txn* transaction = database.TransBegin();
+        database.Put("key", "lost", transaction);
+        for (int i = 0; i < 1000; ++i)
+            database.Put(std::to_string(i), std::string(1000, 'v'), transaction);
+        if (database.TransCommit(transaction)) return 1;
+        if (database.GetError().find(m_path) == std::string::npos) return 2;
+        return database.Load("key") == "value" && database.Store("other", "fits") ? 0 : 3;
+    });
+    EXPECT_EQ(child.Wait(), 0);
+    Database database(m_path);
+    EXPECT_EQ(database.Load("key"), "value");
+    EXPECT_EQ(database.Load("999"), "");
+    EXPECT_EQ(database.Load("other"), "fits");
+
+    const std::string fresh = m_directory.MakeDir("fresh");
+    for (const rlim_t size : {1 << 10, 66 << 10}) {
+        ChildProcess creating([&] {
+            limitFiles(size);
+            Database unlucky(fresh);
+            return !unlucky.IsDamaged() && (unlucky.IsOpen() || !unlucky.GetError().empty()) ? 0
+                                                                                             : 1;
+        });
+        EXPECT_EQ(creating.Wait(), 0);
+        EXPECT_TRUE(Database(fresh).IsOpen());
+        std::filesystem::remove_all(fresh);
+        m_directory.MakeDir("fresh");
+    }
+}
+
+TEST_F(DatabaseTest, OpensInALimitedAddressSpace) {
+    ASSERT_TRUE(Database(m_path).Store("key", "value"));
+    ChildProcess child([&] {
+        unsigned long long pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        const rlim_t size = pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE)) + (2ULL << 30);
+        const rlimit limit = {size, size};
+        ::setrlimit(RLIMIT_AS, &limit);
+        Database database(m_path);
+        return database.Load("key") == "value" && database.Store("key", "later") ? 0 : 1;
+    });
+    EXPECT_EQ(child.Wait(), 0);
+    EXPECT_EQ(Database(m_path).Load("key"), "later");
+}
+
+}  // namespace
+}  // namespace vexa
