@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "tests/vxdependency/store_model.h"
+#include "vxdependency/store/EntryList.h"
+
+namespace vexa::vxdependency::test {
+namespace {
+
+struct Mix {
+    const char* name;
+    unsigned adds;        // of ten changes
+    unsigned separators;  // of a thousand entries
+};
+
+class EntryListAgainstText : public ::testing::TestWithParam<Mix> {
+protected:
+    // Short texts of few letters, so that many end with one another; "" too.
+    std::string Entry() {
+        std::string entry;
+        for (auto length = m_random() % 7; length > 0; --length) {
+            entry += "xyz"[m_random() % 3];
+        }
+        if (m_random() % 1000 < GetParam().separators) entry.insert(entry.size() / 2, "#");
+        return entry;
+    }
+    void Change() {
+        const std::string entry = Entry();
+        SCOPED_TRACE("entry '" + entry + "' in '" + m_text + "'");
+        const std::size_t found = StoreModel::Find(m_text, entry);
+        ASSERT_EQ(m_list.Contains(entry), found != std::string::npos);
+        if (m_random() % 10 < GetParam().adds) {
+            m_list.Add(entry);
+            if (found == std::string::npos) m_text += entry + "#";
+        } else if (m_random() % 4 != 0) {
+            m_list.RemoveFirstMatch(entry);
+            StoreModel::EraseFirst(m_text, entry);
+        } else {
+            m_list.Erase(entry);
+            for (std::size_t at; (at = StoreModel::Find(m_text, entry)) != std::string::npos;) {
+                m_text.erase(at, entry.size() + 1);
+            }
+        }
+        ASSERT_EQ(m_list.Text(), m_text);
+        ASSERT_EQ(m_list.IsEmpty(), m_text.empty());
+    }
+
+    std::mt19937 m_random{7};
+    EntryList m_list;
+    std::string m_text;
+};
+
+TEST_P(EntryListAgainstText, IsTheSameToTheByte) {
+    for (int i = 0; i < 6000; ++i) {
+        ASSERT_NO_FATAL_FAILURE(Change()) << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Mixes, EntryListAgainstText,
+                         ::testing::Values(Mix{"growing", 8, 0}, Mix{"steady", 5, 0},
+                                           Mix{"shrinking", 3, 0}, Mix{"separators", 7, 3}),
+                         [](const auto& mix) { return std::string(mix.param.name); });
+
+// Linear searches would take minutes here.
+TEST(EntryList, LongListsInAnyOrder) {
+    constexpr int kEntries = 50000;
+    std::vector<std::string> names;
+    for (int i = 0; i < kEntries; ++i) {
+        names.push_back("levels/district_" + std::to_string(i % 100) + "/house_" +
+                        std::to_string(i) + ".scene");
+    }
+    EntryList list;
+    for (const std::string& name : names) list.Add(name);
+    for (const std::string& name : names) list.Add(name);
+    std::vector<std::string> entries;
+    EntryList::Split(list.Text(), entries);
+    EXPECT_EQ(entries, names);
+    std::shuffle(entries.begin(), entries.end(), std::mt19937(1));
+    for (const std::string& name : entries) list.RemoveFirstMatch(name);
+    EXPECT_TRUE(list.IsEmpty());
+}
+
+}  // namespace
+}  // namespace vexa::vxdependency::test

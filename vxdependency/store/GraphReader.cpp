@@ -1,0 +1,54 @@
+#include "vxdependency/store/GraphReader.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "vxdependency/store/EdgeReader.h"
+#include "vxdependency/store/GeneralDependency.h"
+#include "vxdependency/store/WholeGraph.h"
+
+namespace vexa::vxdependency {
+
+std::vector<std::string> GraphReader::Edges(const std::string& key, Direction direction) const {
+    m_store->FlushOwnBatch();
+    return EdgeReader(m_store->Database()).EdgesOf(key, direction);
+}
+
+std::vector<std::string> GraphReader::Reachable(const std::string& key, Direction direction) const {
+    m_store->FlushOwnBatch();
+    EdgeReader reader(m_store->Database());
+    std::unordered_set<std::string> reached;
+    std::vector<std::string> waiting = {key};
+    while (!waiting.empty()) {
+        const std::string next = std::move(waiting.back());
+        waiting.pop_back();
+        for (std::string& end : reader.EdgesOf(next, direction)) {
+            if (reached.insert(end).second) waiting.push_back(std::move(end));
+        }
+    }
+    std::vector<std::string> sorted(reached.begin(), reached.end());
+    std::sort(sorted.begin(), sorted.end());
+    return sorted;
+}
+
+void GraphReader::ForEach(Direction direction, const Visit& visit) const {
+    const WholeGraph graph(*m_store, direction);
+    const std::vector<WholeGraph::Edge>& edges = graph.Edges();
+    std::vector<std::string> ends;
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        const WholeGraph::Node from = edges[i].first;
+        ends.push_back(graph.NameOf(edges[i].second));
+        if (i + 1 < edges.size() && edges[i + 1].first == from) continue;
+        visit(graph.NameOf(from), ends);
+        ends.clear();
+    }
+}
+
+std::map<std::string, std::size_t> GraphReader::Popularity() const {
+    const WholeGraph graph(*m_store, Direction::Inverse);
+    std::map<std::string, std::size_t> counts;
+    for (const auto& [to, from] : graph.Edges()) ++counts[graph.NameOf(to)];
+    return counts;
+}
+
+}  // namespace vexa::vxdependency

@@ -1,0 +1,88 @@
+#include "vxdependency/store/RecordState.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "vexa/common/Log.h"
+
+namespace vexa::vxdependency {
+std::string ListText(std::string stored, const std::string& name) {
+    if (EntryList::IsList(stored)) return stored;
+    LogError(
+        "dependency store: the value of %s is no list, as it does not end in \"#\"; it counts "
+        "as empty",
+        name.c_str());
+    return {};
+}
+
+void RecordState::Apply(RecordOperation operation, std::string_view text) {
+    switch (operation) {
+        case RecordOperation::AddEntry:
+            List().Add(text);
+            break;
+        case RecordOperation::Keep:
+            List();
+            break;
+        case RecordOperation::RemoveEntry:
+            if (IsPresent()) List().RemoveFirstMatch(text);
+            DropEmpty();
+            break;
+        case RecordOperation::EraseEntry:
+            if (IsPresent()) List().Erase(text);
+            DropEmpty();
+            break;
+        case RecordOperation::DropEmpty:
+            DropEmpty();
+            break;
+        case RecordOperation::Replace:
+            Set(std::string(text));
+            break;
+        case RecordOperation::Delete:
+            Set(std::nullopt);
+            break;
+    }
+}
+
+std::optional<std::string> RecordState::Value() const {
+    return m_list ? std::optional(m_list->Text()) : m_value;
+}
+
+EntryList& RecordState::List() {
+    if (!m_list) {
+        m_list.emplace(m_value ? ListText(*std::move(m_value), m_name) : std::string());
+        m_value.reset();
+    }
+    return *m_list;
+}
+
+void RecordState::Set(std::optional<std::string> value) {
+    m_list.reset();
+    m_value = std::move(value);
+}
+
+void RecordState::DropEmpty() {
+    if (IsPresent() && List().IsEmpty()) Set(std::nullopt);
+}
+
+// One byte for the operation, four for the length of the text, the text.
+void RecordLog::Append(RecordOperation operation, std::string_view text) {
+    if (operation == RecordOperation::Replace || operation == RecordOperation::Delete) {
+        m_bytes.clear();  // what came before no longer matters
+    }
+    const auto length = static_cast<std::uint32_t>(text.size());
+    m_bytes.push_back(static_cast<char>(operation));
+    m_bytes.append(reinterpret_cast<const char*>(&length), sizeof length).append(text);
+}
+
+void RecordLog::Replay(RecordState& state) const {
+    for (std::string_view rest = m_bytes; !rest.empty();) {
+        const auto operation = static_cast<RecordOperation>(rest.front());
+        std::uint32_t length = 0;
+        std::memcpy(&length, rest.data() + 1, sizeof length);
+        rest.remove_prefix(1 + sizeof length);
+        state.Apply(operation, rest.substr(0, length));
+        rest.remove_prefix(length);
+    }
+}
+
+}  // namespace vexa::vxdependency

@@ -1,0 +1,68 @@
+#include "vxdependency/store/RecordTable.h"
+
+#include "vxdependency/store/Catalogue.h"
+
+namespace vexa::vxdependency {
+namespace {
+
+unsigned SizeOf(const std::string& key) {
+    return static_cast<unsigned>(key.size());
+}
+
+}  // namespace
+
+int ReadRecord(VXDatabase& database, RecordId id, std::string& value, MDB_txn* transaction) {
+    if (transaction == nullptr) return VXDatabase::kFailed;
+    return database.Get(&id, sizeof id, value, transaction);
+}
+
+int ReadCatalogueRecord(VXDatabase& database, const std::string& recordKey, std::string& value,
+                        MDB_txn* transaction) {
+    if (transaction == nullptr) return VXDatabase::kFailed;
+    return database.Get(recordKey.data(), SizeOf(recordKey), value, transaction,
+                        DatabaseTable::Catalogue);
+}
+
+bool ChangeRecord(VXDatabase& database, RecordId id, const std::string& name,
+                  const std::function<void(RecordState&)>& change, MDB_txn* transaction) {
+    std::string value;
+    const int status = ReadRecord(database, id, value, transaction);
+    if (status != 0 && status != VXDatabase::kNotFound) return false;
+    std::optional<std::string> before;
+    if (status == 0) before = std::move(value);
+    RecordState state(name, before);
+    change(state);
+    const std::optional<std::string> after = state.Value();
+    if (after == before) return true;
+    if (!after) return database.Remove(&id, sizeof id, transaction);
+    return database.Add(&id, sizeof id, after->data(), after->size(), transaction) == 0;
+}
+
+bool WriteCatalogueRecord(VXDatabase& database, const std::string& recordKey,
+                          const std::optional<std::string>& value, MDB_txn* transaction) {
+    const unsigned size = SizeOf(recordKey);
+    if (value) {
+        return transaction != nullptr &&
+               database.Add(recordKey.data(), size, value->data(), value->size(), transaction,
+                            DatabaseTable::Catalogue) == 0;
+    }
+    std::string present;
+    const int status = ReadCatalogueRecord(database, recordKey, present, transaction);
+    if (status != 0) return status == VXDatabase::kNotFound;
+    return database.Remove(recordKey.data(), size, transaction, DatabaseTable::Catalogue);
+}
+
+bool WriteLayoutVersion(VXDatabase& database, MDB_txn* transaction) {
+    const std::uint32_t version = Catalogue::kLayoutVersion;
+    return WriteCatalogueRecord(
+        database, Catalogue::VersionRecordKey(),
+        std::string(reinterpret_cast<const char*>(&version), sizeof version), transaction);
+}
+
+bool ClearTables(VXDatabase& database, MDB_txn* transaction) {
+    return transaction != nullptr && database.Clear(DatabaseTable::Dependency, transaction) &&
+           database.Clear(DatabaseTable::Catalogue, transaction) &&
+           WriteLayoutVersion(database, transaction);
+}
+
+}  // namespace vexa::vxdependency

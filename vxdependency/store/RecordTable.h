@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "vexa/db/VXDatabase.h"
+#include "vxdependency/store/RecordId.h"
+#include "vxdependency/store/RecordState.h"
+
+// Single records of the two tables, in the caller's transaction.
+namespace vexa::vxdependency {
+
+// A read transaction for the life of the object.
+class ReadTransaction {
+public:
+    explicit ReadTransaction(VXDatabase& database)
+        : m_database(database), m_transaction(database.TransBeginRead()) {}
+    ~ReadTransaction() { m_database.TransAbort(m_transaction); }
+    ReadTransaction(const ReadTransaction&) = delete;
+    ReadTransaction& operator=(const ReadTransaction&) = delete;
+
+    // Null when none could be begun.
+    operator MDB_txn*() const { return m_transaction; }
+
+private:
+    VXDatabase& m_database;
+    MDB_txn* m_transaction;
+};
+
+// Each of these returns what VXDatabase::Get does; kFailed for a null transaction.
+int ReadRecord(VXDatabase& database, RecordId id, std::string& value, MDB_txn* transaction);
+int ReadCatalogueRecord(VXDatabase& database, const std::string& recordKey, std::string& value,
+                        MDB_txn* transaction);
+
+// Applies `change` to a record and stores what it becomes, where that differs. False on failure.
+bool ChangeRecord(VXDatabase& database, RecordId id, const std::string& name,
+                  const std::function<void(RecordState&)>& change, MDB_txn* transaction);
+
+// Sets a record of the catalogue, or deletes it. False on failure; deleting none is none.
+bool WriteCatalogueRecord(VXDatabase& database, const std::string& recordKey,
+                          const std::optional<std::string>& value, MDB_txn* transaction);
+
+bool WriteLayoutVersion(VXDatabase& database, MDB_txn* transaction);
+
+// Deletes all records but the layout version.
+bool ClearTables(VXDatabase& database, MDB_txn* transaction);
+
+}  // namespace vexa::vxdependency

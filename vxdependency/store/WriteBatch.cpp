@@ -1,0 +1,273 @@
+#include "vxdependency/store/WriteBatch.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <utility>
+
+#include "vexa/common/Log.h"
+#include "vxdependency/store/GeneralDependency.h"
+#include "vxdependency/store/RecordTable.h"
+
+namespace vexa::vxdependency {
+namespace {
+
+// What a record costs in memory beside its log's text, about.
+constexpr std::size_t kBytesPerRecord = 96;
+constexpr int kRestPerFlush = 10;
+
+std::string NameOf(RecordId id) {
+    char name[32];
+    std::snprintf(name, sizeof name, "record %08" PRIx32, id);
+    return name;
+}
+
+}  // namespace
+
+WriteBatch::WriteBatch(VXDatabase& database, Limits limits)
+    : m_database(database), m_limits(std::move(limits)) {}
+
+void WriteBatch::Begin() {
+    const auto lock = Lock();
+    if (m_members.empty()) m_lastFlush = m_limits.now();
+    ++m_members[std::this_thread::get_id()].depth;
+}
+
+bool WriteBatch::End() {
+    const auto lock = Lock();
+    const auto member = m_members.find(std::this_thread::get_id());
+    if (member == m_members.end()) return false;
+    if (--member->second.depth > 0) return !member->second.lost;
+    if (HoldsOwnWork()) {
+        FlushLog();
+        m_writer = std::thread::id();
+    }
+    const bool complete = TellLoss();
+    m_members.erase(member);
+    return complete;
+}
+
+bool WriteBatch::Checkpoint() {
+    const auto lock = Lock();
+    if (HoldsOwnWork() && IsDue()) FlushLog();
+    return TellLoss();
+}
+
+bool WriteBatch::Flush() {
+    const auto lock = Lock();
+    const bool flushed = FlushLog();
+    return TellLoss() && flushed;
+}
+
+bool WriteBatch::FlushOwn() {
+    const auto lock = Lock();
+    return !HoldsOwnWork() || FlushLog();
+}
+
+bool WriteBatch::FlushOther() {
+    const auto lock = Lock();
+    return HoldsOwnWork() || FlushLog();
+}
+
+bool WriteBatch::IsInBatch() const {
+    const auto lock = Lock();
+    return m_members.count(std::this_thread::get_id()) != 0;
+}
+
+bool WriteBatch::WriteDirectly(const std::function<bool(MDB_txn*)>& step) {
+    const auto lock = Lock();
+    FlushLog();
+    const auto member = m_members.find(std::this_thread::get_id());
+    if (member != m_members.end() && member->second.lost) return false;
+    MDB_txn* const transaction = m_database.TransBegin();
+    if (step(transaction)) return m_database.TransCommit(transaction);
+    m_database.TransAbort(transaction);
+    return false;
+}
+
+bool WriteBatch::Write(RecordId record, RecordOperation operation, std::string_view text) {
+    const auto lock = Lock();
+    if (!BecomeWriter()) return false;
+    Note(record, operation, text);
+    return true;
+}
+
+bool WriteBatch::Add(const std::string& key, const List& values, signed char mode) {
+    const auto lock = Lock();
+    if (!BecomeWriter()) return false;
+    Note(ForwardId(key), RecordOperation::Keep, {});
+    NoteList(key, values, mode, RecordOperation::AddEntry);
+    return true;
+}
+
+bool WriteBatch::Set(const std::string& key, const List& values, signed char mode) {
+    const auto lock = Lock();
+    if (!BecomeWriter()) return false;
+    Note(ForwardId(key), RecordOperation::Replace, {});
+    NoteList(key, values, mode, RecordOperation::AddEntry);
+    return true;
+}
+
+bool WriteBatch::Remove(const std::string& key, const List& values, signed char mode) {
+    const auto lock = Lock();
+    if (!BecomeWriter()) return false;
+    const RecordId forward = ForwardId(key);
+    const RecordState* const state = StateOf(forward);
+    if (state == nullptr || !state->IsPresent()) return false;
+    NoteList(key, values, mode, RecordOperation::RemoveEntry);
+    Note(forward, RecordOperation::DropEmpty, {});
+    return true;
+}
+
+bool WriteBatch::WriteCatalogue(const std::string& recordKey, std::optional<std::string> value) {
+    const auto lock = Lock();
+    if (!BecomeWriter()) return false;
+    m_bytes += kBytesPerRecord + recordKey.size() + (value ? value->size() : 0);
+    m_catalogue[recordKey] = std::move(value);
+    return true;
+}
+
+bool WriteBatch::Clear() {
+    const auto lock = Lock();
+    if (!BecomeWriter()) return false;
+    DropLog();
+    m_cleared = true;
+    return true;
+}
+
+int WriteBatch::Read(RecordId record, std::string& value) {
+    const auto lock = Lock();
+    if (!HoldsOwnWork() || (m_records.count(record) == 0 && !m_cleared)) {
+        return ReadRecord(m_database, record, value, ReadTransaction(m_database));
+    }
+    const RecordState* const state = StateOf(record);
+    if (state == nullptr) return VXDatabase::kFailed;
+    if (!state->IsPresent()) return VXDatabase::kNotFound;
+    value = *state->Value();
+    return 0;
+}
+
+int WriteBatch::ReadCatalogue(const std::string& recordKey, std::string& value) {
+    const auto lock = Lock();
+    if (!HoldsOwnWork() || (m_catalogue.count(recordKey) == 0 && !m_cleared)) {
+        return ReadCatalogueRecord(m_database, recordKey, value, ReadTransaction(m_database));
+    }
+    const auto logged = m_catalogue.find(recordKey);
+    if (logged == m_catalogue.end() || !logged->second) return VXDatabase::kNotFound;
+    value = *logged->second;
+    return 0;
+}
+
+// Makes the log the calling thread's; false when it must not write.
+bool WriteBatch::BecomeWriter() {
+    const auto member = m_members.find(std::this_thread::get_id());
+    if (member == m_members.end() || !m_database.IsOpen()) return false;
+    if (!HoldsOwnWork()) {
+        FlushLog();  // a failure is the other thread's loss
+        m_writer = std::this_thread::get_id();
+    }
+    return !member->second.lost;
+}
+
+// False, once, when work of the calling thread was dropped.
+bool WriteBatch::TellLoss() {
+    const auto member = m_members.find(std::this_thread::get_id());
+    return member == m_members.end() || !std::exchange(member->second.lost, false);
+}
+
+bool WriteBatch::IsDue() const {
+    const Clock::duration rest = std::max(m_limits.interval, kRestPerFlush * m_lastDuration);
+    return m_bytes >= m_limits.bytes || m_limits.now() - m_lastFlush >= rest;
+}
+
+void WriteBatch::Note(RecordId id, RecordOperation operation, std::string_view text) {
+    const auto [it, isNew] = m_records.try_emplace(id);
+    Record& record = it->second;
+    const std::size_t before = record.log.Size();
+    record.log.Append(operation, text);
+    m_bytes += record.log.Size() - before + (isNew ? kBytesPerRecord : 0);
+    if (record.state) {
+        record.state->Apply(operation, text);
+        m_bytes += text.size();
+    }
+}
+
+void WriteBatch::NoteList(const std::string& key, const List& values, signed char mode,
+                          RecordOperation operation) {
+    const RecordId forward = ForwardId(key);
+    for (const std::string& value : values) {
+        if (mode & GeneralDependency::kForward) Note(forward, operation, value);
+        if (mode & GeneralDependency::kInverse) Note(InverseId(value), operation, key);
+    }
+}
+
+// The record's value with the log applied, null when it cannot be read.
+RecordState* WriteBatch::StateOf(RecordId id) {
+    const auto it = m_records.find(id);
+    if (it != m_records.end() && it->second.state) return it->second.state.get();
+    std::optional<std::string> stored;
+    if (!m_cleared) {
+        std::string value;
+        const int status = ReadRecord(m_database, id, value, ReadTransaction(m_database));
+        if (status == 0) stored = std::move(value);
+        if (status == VXDatabase::kFailed) return nullptr;
+    }
+    Record& record = m_records[id];
+    m_bytes += kBytesPerRecord + 2 * (stored ? stored->size() : 0) + record.log.Size();
+    record.state = std::make_unique<RecordState>(NameOf(id), std::move(stored));
+    record.log.Replay(*record.state);
+    return record.state.get();
+}
+
+bool WriteBatch::FlushLog() {
+    if (IsEmpty()) return true;
+    const Clock::time_point begin = m_limits.now();
+    MDB_txn* const transaction = m_database.TransBegin();
+    bool written = transaction != nullptr && WriteLog(transaction);
+    if (written) {
+        written = m_database.TransCommit(transaction);
+    } else {
+        m_database.TransAbort(transaction);
+    }
+    if (!written) ReportLoss();
+    DropLog();
+    m_lastFlush = m_limits.now();
+    m_lastDuration = m_lastFlush - begin;
+    return written;
+}
+
+void WriteBatch::ReportLoss() {
+    LogError("dependency store: the changes of %zu records are lost: %s",
+             m_records.size() + m_catalogue.size(), m_database.GetError().c_str());
+    const auto member = m_members.find(m_writer.load());
+    if (member != m_members.end()) member->second.lost = true;
+}
+
+bool WriteBatch::WriteLog(MDB_txn* transaction) {
+    if (m_cleared && !ClearTables(m_database, transaction)) return false;
+    std::vector<std::pair<RecordId, const RecordLog*>> logs;
+    logs.reserve(m_records.size());
+    for (const auto& [id, record] : m_records) logs.emplace_back(id, &record.log);
+    std::sort(logs.begin(), logs.end(), [](const auto& left, const auto& right) {
+        return StandsBefore(left.first, right.first);
+    });
+    const auto writeRecord = [&](const auto& entry) {
+        const auto& [id, log] = entry;
+        return ChangeRecord(
+            m_database, id, NameOf(id), [log = log](RecordState& state) { log->Replay(state); },
+            transaction);
+    };
+    return std::all_of(logs.begin(), logs.end(), writeRecord) &&
+           std::all_of(m_catalogue.begin(), m_catalogue.end(), [&](const auto& record) {
+               return WriteCatalogueRecord(m_database, record.first, record.second, transaction);
+           });
+}
+
+void WriteBatch::DropLog() {
+    m_records.clear();
+    m_catalogue.clear();
+    m_cleared = false;
+    m_bytes = 0;
+}
+
+}  // namespace vexa::vxdependency

@@ -1,0 +1,140 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+#include "vexa/db/VXDatabase.h"
+#include "vxdependency/store/RecordId.h"
+#include "vxdependency/store/RecordState.h"
+
+namespace vexa::vxdependency {
+
+// The log of the writes that a batch has made and the table does not hold yet.
+//
+// Writing one by one is a synced transaction each, and an inverse list of 50,000 entries is read
+// and written 50,000 times, a quadratic amount of bytes. In a batch the operations on lists are
+// logged by record, in the order of their calls; a flush replays each record's on the value that
+// the table holds then, in one transaction and in the order of the records in the table. The
+// resulting bytes are those of the one-by-one way.
+//
+// Each thread may have a batch, but the log holds the work of one thread at a time: before another
+// thread writes, in a batch or not, the log is flushed. So writes reach the table in the order of
+// their calls, and no thread waits for the end of another's batch.
+//
+// A flush that fails drops the log. The thread whose work that was is told by its next Checkpoint,
+// Flush or End; until then its writes fail and are not logged, so that the second half of what
+// belongs together (a list and its stamp) is not stored without the first.
+//
+// All operations may be called from any thread. Lock order: the mutex here, then the database's
+// writer lock.
+class WriteBatch {
+public:
+    using Clock = std::chrono::steady_clock;
+    using List = std::vector<std::string>;
+
+    // When Checkpoint flushes.
+    struct Limits {
+        Clock::duration interval = std::chrono::seconds(1);  // or ten times the last flush
+        std::size_t bytes = std::size_t{64} << 20;           // memory of the log, about
+        std::function<Clock::time_point()> now = Clock::now;
+    };
+
+    explicit WriteBatch(VXDatabase& database) : WriteBatch(database, Limits()) {}
+    WriteBatch(VXDatabase& database, Limits limits);
+    WriteBatch(const WriteBatch&) = delete;
+    WriteBatch& operator=(const WriteBatch&) = delete;
+
+    // Begins a batch of the calling thread, or one more level of it.
+    void Begin();
+    // Ends a level; the outermost with a flush.
+    bool End();
+    // Flushes when it is time to; true without a batch.
+    bool Checkpoint();
+    // Flushes the log, whosever work it holds.
+    bool Flush();
+    // Flushes the log when it holds the calling thread's work, or another's.
+    bool FlushOwn();
+    bool FlushOther();
+
+    // Whether the calling thread has a batch.
+    bool IsInBatch() const;
+    // Whether the log may hold work of the calling thread, which its reads must see.
+    bool HoldsOwnWork() const { return m_writer.load() == std::this_thread::get_id(); }
+
+    // For operations of several steps.
+    std::unique_lock<std::recursive_mutex> Lock() const { return std::unique_lock(m_mutex); }
+
+    // Runs a step in a transaction of its own, behind what is logged; commits when it is true.
+    bool WriteDirectly(const std::function<bool(MDB_txn*)>& step);
+
+    // Writes of the calling thread's batch; the semantics are those of GeneralDependency. False
+    // when they were not logged. In Add, Set and Remove no value's inverse record may be the
+    // forward record of `key`.
+    bool Write(RecordId record, RecordOperation operation, std::string_view text = {});
+    bool Add(const std::string& key, const List& values, signed char mode);
+    bool Set(const std::string& key, const List& values, signed char mode);
+    bool Remove(const std::string& key, const List& values, signed char mode);
+    // Sets a record of the catalogue, or deletes it.
+    bool WriteCatalogue(const std::string& recordKey, std::optional<std::string> value);
+    // Deletes all records but the layout version.
+    bool Clear();
+
+    // Records as the calling thread sees them: the results are those of VXDatabase::Get.
+    int Read(RecordId record, std::string& value);
+    int ReadCatalogue(const std::string& recordKey, std::string& value);
+
+private:
+    // A thread's batch.
+    struct Member {
+        int depth = 0;
+        bool lost = false;  // work of it was dropped, and it has not been told
+    };
+    struct Record {
+        RecordLog log;
+        std::unique_ptr<RecordState> state;  // the value with the log applied, once asked for
+    };
+    using Records = std::unordered_map<RecordId, Record>;
+
+    bool BecomeWriter();
+    bool TellLoss();
+    bool IsDue() const;
+    void Note(RecordId id, RecordOperation operation, std::string_view text);
+    void NoteList(const std::string& key, const List& values, signed char mode,
+                  RecordOperation operation);
+    RecordState* StateOf(RecordId id);
+
+    bool IsEmpty() const { return m_records.empty() && m_catalogue.empty() && !m_cleared; }
+    bool FlushLog();
+    bool WriteLog(MDB_txn* transaction);
+    void ReportLoss();
+    void DropLog();
+
+    VXDatabase& m_database;
+    const Limits m_limits;
+
+    mutable std::recursive_mutex m_mutex;
+    // Whose work the log holds. Only a thread itself sets its own id, under the mutex.
+    std::atomic<std::thread::id> m_writer;
+
+    // Guarded by the mutex.
+    std::map<std::thread::id, Member> m_members;
+    Records m_records;
+    std::map<std::string, std::optional<std::string>> m_catalogue;
+    bool m_cleared = false;  // before all that is logged
+    std::size_t m_bytes = 0;
+    Clock::time_point m_lastFlush;
+    Clock::duration m_lastDuration{};
+};
+
+}  // namespace vexa::vxdependency
