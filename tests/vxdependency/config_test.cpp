@@ -1,0 +1,178 @@
+// The configuration files of the config-driven generators.
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <stdexcept>
+#include <typeinfo>
+
+#include "tests/support/LogCapture.h"
+#include "tests/support/Project.h"
+#include "vxdependency/generators/DependencyAnimConfig.h"
+#include "vxdependency/generators/DependencyAnimationXML.h"
+#include "vxdependency/generators/DependencyScn.h"
+#include "vxdependency/generators/DependencySkeletonXML.h"
+#include "vxdependency/generators/DependencySurf.h"
+#include "vxdependency/generators/GeneratorConfig.h"
+#include "vxdependency/manager/DependencyManager.h"
+
+namespace vexa {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+CDependencyBase* Generator(const std::string& extension) {
+    return CDependencyManager::GetSingletonPtr()->GetDependencyGenerator("x." + extension);
+}
+
+// The strategy of the rule for an attribute of an element; -1 for none.
+int Strategy(const std::string& extension, const std::string& element,
+             const std::string& attribute) {
+    const RuleData* const rule = Generator(extension)->FindRuleEntry(element, attribute);
+    return rule ? rule->strategy : -1;
+}
+
+TEST(Config, NormalisesElementNames) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"Layer_7", "Layer_*"}, {"Layer_12", "Layer_*"},
+        {"Layer_", "Layer_*"},  {"Layer7", "Layer*"},
+        {"Tex30", "Tex*"},      {"Layer", "Layer"},
+        {"a_b", "a_b"},         {"a1b", "a1b"},
+        {"a1b22", "a1b*"},      {"_", "_*"},
+        {"_5", "_*"},           {"Layer_*", "Layer_*"},
+        {"123", "123"},         {"", ""},
+        {"L_1_2", "L_1_*"},
+    };
+    for (const auto& [name, expected] : cases) {
+        std::string key = name;
+        NormaliseElementName(key);
+        EXPECT_EQ(key, expected) << name;
+    }
+}
+
+TEST(Config, CreatesOneGeneratorPerKeyOfItsClass) {
+    const test::Project project(R"({"": {"name_list": [{"e": "a", "b": "b", "c": 1}]},
+        "surf": {}, "scn": {}, "animconfig": {}, "animation": {}, "skeleton": {},
+        "Surf": {}, "twice": {"name_list": [{"e": "a", "b": "first", "c": 1}]},
+        "twice": {"name_list": [{"e": "a", "b": "second", "c": 1}]}, "number": 7})");
+    LoadXmlGenerators(project.XmlConfig());
+
+    EXPECT_NE(dynamic_cast<CDependencySurf*>(Generator("surf")), nullptr);
+    EXPECT_NE(dynamic_cast<CDependencyScn*>(Generator("scn")), nullptr);
+    EXPECT_NE(dynamic_cast<CDependencyAnimConfig*>(Generator("animconfig")), nullptr);
+    EXPECT_EQ(typeid(*Generator("Surf")), typeid(CDependencyXML));
+    EXPECT_EQ(Strategy("twice", "a", "first"), 1);
+    EXPECT_EQ(Strategy("twice", "a", "second"), -1);
+
+    std::vector<std::string> extensions;
+    CDependencyManager::GetSingletonPtr()->GetRegisterExtList(extensions);
+    EXPECT_THAT(extensions,
+                testing::UnorderedElementsAre("surf", "scn", "animconfig", "animation", "skeleton",
+                                              "Surf", "twice", "twice", "number"));
+}
+
+TEST(Config, ClassFlags) {
+    const test::Project project;
+    const auto flags = [](const CDependencyBase& g) {
+        return std::array{g.ClassFlag11(), g.ClassFlag12(), g.ClassFlag13(), g.ClassFlag14()};
+    };
+    // The manager owns what is made.
+    EXPECT_THAT(flags(*new CDependencyXML("a")), ElementsAre(false, true, false, true));
+    EXPECT_THAT(flags(*new CDependencySurf("b")), ElementsAre(false, true, false, true));
+    EXPECT_THAT(flags(*new CDependencyAnimationXML("c")), ElementsAre(false, true, false, true));
+    EXPECT_THAT(flags(*new CDependencySkeletonXML("d")), ElementsAre(true, true, true, true));
+    EXPECT_THAT(flags(*new CDependencyAnimConfig("e")), ElementsAre(true, true, true, true));
+}
+
+TEST(Config, ReadsRulesByPositionAtAnyDepth) {
+    const test::Project project(R"({"t": {
+        "ignore": ["Layer", {"name_list": [{"1": "Ignored", "2": "a", "3": 1}]}],
+        "name_list": [
+            {"1": "Item_*", "2": "file", "3": 65, "4": "more"},
+            {"3": "Item_*", "2": "icon", "1": 2},
+            {"1": "Item_*", "2": "file", "3": 99},
+            {"1": "", "2": ".bin", "3": 0}, {"1": "", "2": ".lod", "3": 4097},
+            {"1": "", "2": ".idx", "3": 1},
+            {"1": "Wrong", "2": 5, "3": "1"}, {"1": "Big", "2": "a", "3": 4294967296}],
+        "deep": {"deeper": [[{"name_list": [{"1": "Nested", "2": "a", "3": 7}]}]]},
+        "also": {"name_list": {"1": "NoArray", "2": "a", "3": 1}}}})");
+    LoadXmlGenerators(project.XmlConfig());
+
+    EXPECT_EQ(Strategy("t", "Item_3", "file"), 65) << "the first of two";
+    EXPECT_EQ(Strategy("t", "Root/Group/Item_", "icon"), 2);
+    EXPECT_EQ(Strategy("t", "Item_3/", "icon"), 2);
+    EXPECT_EQ(Strategy("t", "Item", "file"), -1);
+    EXPECT_EQ(Strategy("t", "Item_3", "File"), -1);
+    EXPECT_EQ(Strategy("t", "", ".bin"), -1) << "no component";
+    EXPECT_EQ(Strategy("t", "/", ".bin"), -1);
+    EXPECT_EQ(Strategy("t", "Wrong", ""), 0);
+    EXPECT_EQ(Strategy("t", "Big", "a"), 0);
+    EXPECT_EQ(Strategy("t", "Nested", "a"), 7);
+    EXPECT_EQ(Strategy("t", "NoArray", "a"), -1);
+    EXPECT_NE(Generator("t")->FindRuleEntry("Ignored", "a"), nullptr) << "\"ignore\" has no effect";
+    EXPECT_THAT(Generator("t")->GetImplicitBindingFiles("any"), ElementsAre(".bin", ".idx"));
+    EXPECT_THAT(Generator("t")->GetExplicitBindingFiles("any"), ElementsAre(".lod"));
+}
+
+TEST(Config, TooFewMembersEndTheLoaderButKeepWhatWasMade) {
+    const test::Project project;
+    for (const std::string broken : {"{}", "{\"1\": \"a\", \"2\": \"b\"}", "\"text\""}) {
+        const std::string config = R"({"first": {"name_list": [{"1": "a", "2": "b", "3": 1}]},
+            "broken": {"name_list": [{"1": "a", "2": "kept", "3": 1},
+            )" + broken + R"(]}, "never": {}})";
+        const std::string path = project.Directory().Write("config.json", config);
+        test::LogCapture log;
+        try {
+            LoadXmlGenerators(path);
+            ADD_FAILURE() << "no exception for " << broken;
+        } catch (const std::out_of_range& error) {
+            EXPECT_STREQ(error.what(), "invalid vector subscript");
+        }
+        EXPECT_THAT(log.TakeTexts(),
+                    ElementsAre(path + ": line 3: a rule of \"broken\" has fewer than three "
+                                       "members"));
+        EXPECT_EQ(Strategy("first", "a", "b"), 1);
+        EXPECT_EQ(Strategy("broken", "a", "kept"), 1);
+        EXPECT_EQ(Generator("never"), nullptr);
+    }
+}
+
+TEST(Config, UnusableFilesMakeNoGeneratorsAndSaySo) {
+    const test::Project project;
+    const auto load = [&](const std::string& path) {
+        test::LogCapture log;
+        LoadXmlGenerators(path);
+        return log.TakeTexts();
+    };
+    EXPECT_THAT(load(project.Directory().Path("none.json")), IsEmpty());
+    const std::string broken = project.Directory().Write("broken.json", "{\"a\": {},\n\"b\"");
+    EXPECT_THAT(load(broken), ElementsAre(testing::AllOf(testing::StartsWith(broken + ": "),
+                                                         HasSubstr("line 2"))));
+    const std::string list = project.Directory().Write("list.json", "[{\"a\": {}}]");
+    EXPECT_THAT(load(list), ElementsAre(list + ": not an object with one member per extension"));
+    const std::string dead = project.Directory().Write(
+        "dead.json", "{\"a\": {\"name_list\": [\n{\"1\": \"Tex1\", \"2\": \"b\", \"3\": 1}]}}");
+    EXPECT_THAT(load(dead), ElementsAre(dead + ": line 2: no element matches \"Tex1\": a numbered "
+                                               "name is written \"Tex*\""));
+    std::vector<std::string> extensions;
+    CDependencyManager::GetSingletonPtr()->GetRegisterExtList(extensions);
+    EXPECT_THAT(extensions, ElementsAre("a"));
+}
+
+TEST(Config, WalkVisitsMembersInFileOrderAndMayPassOver) {
+    vxio::JsonData document;
+    ASSERT_EQ(document.LoadText(R"({"a": {"b": 1, "c": [{"d": 2}, [{"e": 3}], 4]},
+                                    "skip": {"never": 5}, "f": 6})"),
+              0);
+    std::string names;
+    WalkMembers(*document.GetRoot(), [&names](const std::string& name, const ujson::value&) {
+        names += name + " ";
+        return name != "skip";
+    });
+    EXPECT_EQ(names, "a b c d e skip f ");
+}
+
+}  // namespace
+}  // namespace vexa

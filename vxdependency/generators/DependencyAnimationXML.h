@@ -1,0 +1,16 @@
+#pragma once
+
+#include "vxdependency/generators/DependencyXML.h"
+
+namespace vexa {
+
+// Serves animations written in XML ("animation").
+class CDependencyAnimationXML : public CDependencyXML {
+public:
+    using CDependencyXML::CDependencyXML;
+
+    bool ClassFlag11() const override;
+    bool ClassFlag13() const override;
+};
+
+}  // namespace vexa

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "vxdependency/generators/DependencyXML.h"
+
+namespace vexa {
+
+// Serves surfaces ("surf").
+class CDependencySurf : public CDependencyXML {
+public:
+    using CDependencyXML::CDependencyXML;
+
+    // As the base does, but answers true, whatever happens.
+    bool RenameReference(const std::string& file, const std::string& oldPath,
+                         const std::string& newPath) override;
+};
+
+}  // namespace vexa

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "vexa/util/XmlDoc.h"
+#include "vxdependency/generators/DependencyBase.h"
+
+namespace vexa {
+
+// Serves the XML resource types that the configuration names. A rule says which attribute of which
+// elements holds a reference; elements are matched by their name, as NormaliseElementName leaves
+// it. Rules for the element "" tell of companion files instead: files that lie beside the resource
+// and are named after its stem, the path up to the first "." of its file name.
+class CDependencyXML : public CDependencyBase {
+public:
+    // Flags in a rule's strategy, besides the bits of FNStrategyType.
+    static constexpr std::int32_t kChildFlag = 0x40;       // the attribute is that of each child
+    static constexpr std::int32_t kExplicitFlag = 0x1000;  // the companion is bound explicitly
+
+    explicit CDependencyXML(std::string extension);
+
+    // Adds a rule; only while generators are being created. `attribute` is the companion file's
+    // suffix when `pattern` is "".
+    void AddRule(const std::string& pattern, std::string attribute, std::int32_t strategy);
+
+    bool GenerateDependency(const std::string& file, List& dependencies, List& secondList) override;
+    // Both answer false, whatever happens.
+    bool RemoveReference(const std::string& file, const std::string& reference) override;
+    bool RenameReference(const std::string& file, const std::string& oldPath,
+                         const std::string& newPath) override;
+    // `file` is a path of element names joined with "/", of which the last one counts.
+    const RuleData* FindRuleEntry(const std::string& file, const std::string& name) override;
+    List GetImplicitBindingFiles(const std::string& file) override;
+    List GetExplicitBindingFiles(const std::string& file) override;
+
+protected:
+    // Gets the text of a reference, which is never empty, and the node and attribute that hold it.
+    // The strategy comes without the child flag.
+    using ReferenceCallback =
+        std::function<void(const std::string& file, const std::string& text, std::int32_t strategy,
+                           const XmlDoc& node, const std::string& attribute)>;
+
+    // Calls back for every reference in a document, in document order: the references of an element
+    // in the order of its rules, before those of the elements inside it.
+    void WalkReferences(const std::string& file, const XmlDoc& document,
+                        const ReferenceCallback& callback) const;
+
+private:
+    struct Rule {
+        std::string attribute;
+        RuleData data;
+    };
+    using Rules = std::vector<Rule>;
+
+    const Rules* FindRules(const std::string& key) const;
+    static void VisitElement(const std::string& file, const XmlDoc& element, const Rules& rules,
+                             const ReferenceCallback& callback);
+    void CollectCompanions(const std::string& key, List& dependencies, List& secondList) const;
+    List BindingSuffixes(std::int32_t flag) const;
+
+    std::unordered_map<std::string, Rules> m_rules;  // by element name; "" for companion files
+};
+
+}  // namespace vexa

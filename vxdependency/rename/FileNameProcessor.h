@@ -1,0 +1,50 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "vexa/Export.h"
+
+namespace vexa {
+
+// The interpretations of a reference's text; a rule carries a mask of them.
+enum class FNStrategyType : int {
+    Directory = 0x1,       // relative to the referring file's directory
+    Root = 0x2,            // text that looks like a path: relative to the resource root
+    Anchored = 0x8,        // a leading "/" or "res/" is taken off
+    Effect = 0x10,         // an effect named with or without ".nfx"; its companions to theirs
+    Selector = 0x20,       // everything from the first "#", "?" or "|" is taken off
+    Binding = 0x80,        // the files bound to the named resource go to the companion list
+    ImageType = 0x100,     // an image that is there under another image extension only
+    RawAnimation = 0x400,  // the animation; the resource that it names goes to the companion list
+    TerrainTool = 0x800,   // a terrain-tool folder: its three files
+};
+
+enum class PathGoal : int { All = 0, WorkingName = 1 };
+
+// Turns the text of a reference into the resource paths that it stands for. No state; any thread.
+class VX_API FileNameProcessor {
+public:
+    using List = std::vector<std::string>;
+
+    // The candidates for the reference `text` in `file` (generator form), in the order in which the
+    // strategies of `mask` run, the working name last: the text as the adjusting strategies leave
+    // it. Paths that strategies add are keys; candidates need not exist, except where a strategy
+    // says so. Second, the companion list: what comes with the named resource and exists, as keys.
+    // The reference does not name those files: renaming one of them leaves its text alone. With
+    // goal WorkingName the first list holds the working name alone.
+    //
+    // The order of the strategies is fixed, and not that of their bits: 0x2, 0x1, 0x80, 0x10, 0x8,
+    // 0x20, 0x100, 0x400, 0x800. Throws only what loading the generators throws, which 0x80, 0x10
+    // and 0x400 may cause.
+    static std::pair<List, List> Execute(const std::string& file, const std::string& text, int mask,
+                                         PathGoal goal);
+
+    // True for one line of at most 260 characters without control characters, that is no URL, no
+    // "data:" text and no number, and has a separator or an extension of 1 to 16 letters and digits
+    // with a letter among them.
+    static bool IsAPath(const std::string& text);
+};
+
+}  // namespace vexa

@@ -1,0 +1,231 @@
+#include "vxdependency/rename/Strategies.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "vexa/common/InterfaceBox.h"
+#include "vexa/io/Path.h"
+#include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/manager/DependencyManager.h"
+#include "vxdependency/rename/FileNameProcessor.h"
+
+namespace vexa::strategies {
+
+namespace {
+
+// Longer texts are data, as embedded images are, and are spared the joining. A path has at most 260
+// characters, but a selector behind it may be long.
+constexpr std::size_t kLongestText = 4096;
+constexpr std::size_t kLongestPath = 260;
+
+// In the order in which they are tried.
+constexpr const char* kImageExtensions[] = {"dds", "vol", "tga", "bmp", "jpg",
+                                            "spr", "png", "exr", "hdr", "ktx"};
+
+IFileService& Files() {
+    return InterfaceBox::Instance().GetFileService();
+}
+
+CDependencyManager& Manager() {
+    return *CDependencyManager::GetSingletonPtr();
+}
+
+bool CanBeAName(const std::string& name) {
+    return !name.empty() && name.size() <= kLongestText;
+}
+
+bool AddKey(const std::string& key, Found& found) {
+    if (key.empty()) return false;
+    found.paths.push_back(key);
+    return true;
+}
+
+// The key of `name` taken from the resource root.
+bool RootedKey(const std::string& name, std::string& key) {
+    return CanBeAName(name) && Files().KeyOfReference(name, key);
+}
+
+// The key of `name` joined to the directory of `file`.
+bool JoinedKey(const std::string& file, const std::string& name, std::string& key) {
+    if (!CanBeAName(name) || !Files().MakeRelative(file, key)) return false;
+    const std::string directory = vxio::GetDirName(key);
+    return NormaliseKey(directory + "/" + name, key);
+}
+
+// The keys of both readings of `name`: relative to the file, and to the resource root.
+std::vector<std::string> BothKeys(const std::string& file, const std::string& name) {
+    std::vector<std::string> keys;
+    std::string key;
+    if (JoinedKey(file, name, key)) keys.push_back(key);
+    if (RootedKey(name, key) && (keys.empty() || keys.front() != key)) keys.push_back(key);
+    return keys;
+}
+
+bool AddBindingFiles(const std::string& key, Found& found) {
+    if (key.size() > kLongestPath || !Manager().GetDependencyGenerator(key)) return false;
+    const std::size_t before = found.companions.size();
+    Manager().GetImplicitBindingFiles(key, found.companions);
+    Manager().GetExplicitBindingFiles(key, found.companions);
+    return found.companions.size() != before;
+}
+
+bool IsSeparator(char c) {
+    return c == '/' || c == '\\';
+}
+
+// Takes `tail` off the end of `path`; false when that leaves nothing that names a file.
+bool CutTail(std::string& path, const std::string& tail) {
+    if (!path.ends_with(tail)) return false;
+    path.resize(path.size() - tail.size());
+    return !path.empty() && !IsSeparator(path.back());
+}
+
+// Gives an image the first extension under which it exists.
+bool TakeExistingExtension(std::string& path) {
+    if (!CDependencyManager::IsImage(path)) return false;
+    const std::string stem = path.substr(0, path.rfind('.') + 1);
+    std::string key;
+    for (const char* extension : kImageExtensions) {
+        std::string other = stem + extension;
+        if (!RootedKey(other, key) || !Files().FileExists(key)) continue;
+        path = std::move(other);
+        return true;
+    }
+    return false;
+}
+
+bool RootedFileExists(const std::string& name) {
+    std::string key;
+    return RootedKey(name, key) && Files().FileExists(key);
+}
+
+// Adds what an animation names and is there. An animation that is met while another one is being
+// read is left alone: one step is all that the strategy promises, and animations that name one
+// another would not end.
+class AnimationReader {
+public:
+    AnimationReader() : m_outermost(!std::exchange(s_reading, true)) {}
+    ~AnimationReader() {
+        if (m_outermost) s_reading = false;
+    }
+    AnimationReader(const AnimationReader&) = delete;
+    AnimationReader& operator=(const AnimationReader&) = delete;
+
+    void AddNamed(const std::string& key, Found& found) const {
+        CDependencyBase* const generator = Manager().GetDependencyGenerator(key);
+        if (!m_outermost || !generator) return;
+        std::vector<std::string> named;
+        std::vector<std::string> bound;
+        generator->GenerateDependency(GeneratorForm(key), named, bound);
+        std::string resource;
+        for (const std::string& path : named) {
+            if (!Files().KeyOfReference(path, resource) || !Files().FileExists(resource)) continue;
+            found.companions.push_back(resource);
+        }
+    }
+
+private:
+    inline static thread_local bool s_reading = false;
+    const bool m_outermost;
+};
+
+}  // namespace
+
+bool Root(const std::string&, std::string& name, Found& found) {
+    std::string key;
+    return FileNameProcessor::IsAPath(name) && RootedKey(name, key) && AddKey(key, found);
+}
+
+bool Directory(const std::string& file, std::string& name, Found& found) {
+    std::string key;
+    return JoinedKey(file, name, key) && AddKey(key, found);
+}
+
+bool Binding(const std::string&, std::string& name, Found& found) {
+    std::vector<std::string> keys = found.paths;
+    std::string key;
+    if (RootedKey(name, key) && std::ranges::find(keys, key) == keys.end()) keys.push_back(key);
+    bool added = false;
+    for (const std::string& candidate : keys) added |= AddBindingFiles(candidate, found);
+    return added;
+}
+
+bool Effect(const std::string& file, std::string& name, Found& found) {
+    if (!CanBeAName(name)) return false;
+    const bool written = vxio::GetFileExtension(name) == ".nfx";
+    bool added = false;
+    for (const std::string& effect : BothKeys(file, written ? name : name + ".nfx")) {
+        added |= AddKey(effect, found);
+        AddBindingFiles(effect, found);
+    }
+    return added;
+}
+
+bool Anchored(const std::string&, std::string& name, Found&) {
+    const std::size_t before = name.size();
+    const auto dropSeparators = [&name] {
+        name.erase(0, std::min(name.find_first_not_of("/\\"), name.size()));
+    };
+    dropSeparators();
+    if (name.size() > 4 && name.starts_with("res") && IsSeparator(name[3])) {
+        name.erase(0, 3);
+        dropSeparators();
+    }
+    return name.size() != before;
+}
+
+// Candidates keep their uncut form too: a file may be named "a#b.png". They lose what the name
+// loses, no more: "#" in the directory of the referring file is no selector.
+bool Selector(const std::string&, std::string& name, Found& found) {
+    const std::size_t selector = name.find_first_of("#?|");
+    if (selector == std::string::npos) return false;
+    const std::string tail = vxio::FormatPath(name.substr(selector));
+    name.resize(selector);
+    const std::size_t count = found.paths.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        std::string cut = found.paths[i];
+        if (CutTail(cut, tail)) found.paths.push_back(std::move(cut));
+    }
+    return true;
+}
+
+// A pipeline that converts images leaves references to the source image behind. As long as any
+// reading of the reference is there as written, nothing else is meant by it.
+bool ImageType(const std::string&, std::string& name, Found& found) {
+    if (!CDependencyManager::IsImage(name)) return false;
+    const auto exists = [](const std::string& key) { return Files().FileExists(key); };
+    if (std::ranges::any_of(found.paths, exists) || RootedFileExists(name)) return false;
+    bool taken = false;
+    const std::size_t count = found.paths.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        std::string other = found.paths[i];
+        if (!TakeExistingExtension(other)) continue;
+        found.paths.push_back(std::move(other));
+        taken = true;
+    }
+    return TakeExistingExtension(name) || taken;
+}
+
+bool RawAnimation(const std::string& file, std::string& name, Found& found) {
+    if (vxio::GetFileExtension(name) != ".rawanimation") return false;
+    const AnimationReader reader;
+    bool added = false;
+    for (const std::string& animation : BothKeys(file, name)) {
+        added |= AddKey(animation, found);
+        if (Files().FileExists(animation)) reader.AddNamed(animation, found);
+    }
+    return added;
+}
+
+bool TerrainTool(const std::string& file, std::string& name, Found& found) {
+    bool added = false;
+    for (const std::string& folder : BothKeys(file, name)) {
+        for (const char* part : {"geod.bson", "geod.gaj", "geod.gax"}) {
+            const std::string key = folder.empty() ? part : folder + "/" + part;
+            if (Files().FileExists(key)) added |= AddKey(key, found);
+        }
+    }
+    return added;
+}
+
+}  // namespace vexa::strategies

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vexa::strategies {
+
+// What the strategies of one reference have found so far.
+struct Found {
+    std::vector<std::string> paths;       // candidates for the reference, as keys
+    std::vector<std::string> companions;  // existing files that come with the named resource
+};
+
+// One interpretation of a reference in `file`. `name` is the working name, at first the reference's
+// text; a strategy may add to `found` or adjust the name. True when it did either.
+using Strategy = bool (*)(const std::string& file, std::string& name, Found& found);
+
+bool Root(const std::string& file, std::string& name, Found& found);
+bool Directory(const std::string& file, std::string& name, Found& found);
+bool Binding(const std::string& file, std::string& name, Found& found);
+bool Effect(const std::string& file, std::string& name, Found& found);
+bool Anchored(const std::string& file, std::string& name, Found& found);
+bool Selector(const std::string& file, std::string& name, Found& found);
+bool ImageType(const std::string& file, std::string& name, Found& found);
+bool RawAnimation(const std::string& file, std::string& name, Found& found);
+bool TerrainTool(const std::string& file, std::string& name, Found& found);
+
+}  // namespace vexa::strategies
