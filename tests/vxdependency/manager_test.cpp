@@ -1,0 +1,344 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+#include "tests/support/LogCapture.h"
+#include "tests/support/Project.h"
+#include "tests/support/Scan.h"
+#include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/manager/DependencyManager.h"
+#include "vxdependency/store/GeneralDependency.h"
+#include "vxdependency/store/GraphReader.h"
+
+namespace fs = std::filesystem;
+
+namespace vexa::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using vxdependency::Direction;
+using vxdependency::GeneralDependency;
+using vxdependency::GraphReader;
+using List = std::vector<std::string>;
+
+// Scenes name things relative to their folder (near) and to the resource root (far).
+constexpr const char* kRules = R"({"xml": {"name_list": [
+    {"element": "near", "attribute": "file", "strategy": 1},
+    {"element": "far", "attribute": "file", "strategy": 2}]}})";
+
+std::string Scene(const List& far) {
+    std::string text = "<scene>";
+    for (const std::string& file : far) text += "<far file=\"" + file + "\"/>";
+    return text + "</scene>";
+}
+
+class ManagerTest : public testing::Test {
+protected:
+    CDependencyManager& Manager() { return CDependencyManager::GetSingleton(); }
+    GraphReader Graph() { return GraphReader(GeneralDependency::Instance()); }
+
+    // Writes a scene and gives it a time of its own, later than any before.
+    void WriteScene(const std::string& key, const List& far) {
+        project.Write(key, Scene(far));
+        static int writes = 0;
+        fs::last_write_time(project.Resource(key),
+                            fs::file_time_type::clock::now() + std::chrono::seconds(++writes));
+    }
+
+    Project project{kRules};
+};
+
+TEST_F(ManagerTest, AnswersInBothDirectionsAndFollowsEdits) {
+    project.Touch("a.png", "b.png", "c.png");
+    WriteScene("s/one.xml", {"a.png", "b.png", "missing.png", "a.png"});
+    EXPECT_THAT(Manager().GenerateDependency("s/one.xml", ""), ElementsAre("a.png", "b.png"));
+    EXPECT_THAT(Manager().GetDependency("a.png", true), ElementsAre("s/one.xml"));
+
+    WriteScene("s/one.xml", {"b.png", "c.png"});
+    EXPECT_THAT(Manager().GetDependency("a.png", true), ElementsAre("s/one.xml"))
+        << "nobody has asked for the edited file yet";
+    EXPECT_THAT(Manager().GetDependency("s/one.xml", false), ElementsAre("b.png", "c.png"));
+    EXPECT_THAT(Manager().GetDependency("a.png", true), IsEmpty());
+    EXPECT_THAT(Manager().GetDependency("b.png", true), ElementsAre("s/one.xml"));
+    EXPECT_THAT(Manager().GetDependency("c.png", true), ElementsAre("s/one.xml"));
+}
+
+TEST_F(ManagerTest, AFileThatLostItsLastReferenceKeepsItsListButHasNoEdges) {
+    project.Touch("a.png");
+    WriteScene("one.xml", {"a.png"});
+    Manager().GenerateDependency("one.xml", "");
+    WriteScene("one.xml", {});
+    EXPECT_THAT(Manager().GetDependency("one.xml", false), ElementsAre("a.png"));
+    EXPECT_THAT(Manager().GetDependency("a.png", true), IsEmpty());
+    EXPECT_THAT(Graph().Edges("one.xml", Direction::Forward), IsEmpty());
+}
+
+TEST_F(ManagerTest, AChangeWithinOneSecondIsAChange) {
+    project.Touch("a.png", "b.png");
+    project.Write("one.xml", Scene({"a.png"}));
+    const auto time = fs::last_write_time(project.Resource("one.xml"));
+    const auto second =
+        fs::file_time_type(std::chrono::floor<std::chrono::seconds>(time.time_since_epoch()));
+    fs::last_write_time(project.Resource("one.xml"), second);
+    Manager().GetDependency("one.xml", false);
+
+    project.Write("one.xml", Scene({"b.png"}));
+    fs::last_write_time(project.Resource("one.xml"), second + std::chrono::milliseconds(1));
+    EXPECT_THAT(Manager().GetDependency("one.xml", false), ElementsAre("b.png"));
+}
+
+TEST_F(ManagerTest, EverySpellingOfAPathIsOneResource) {
+    project.Touch("tex/a.png");
+    project.Write("s/one.xml", R"(<s><near file="..\tex\.\a.png"/><far file="/tex//a.png"/>
+                                     <near file="../s/../tex/a.png"/></s>)");
+    for (const std::string& spelling :
+         {std::string("s/one.xml"), std::string("s\\one.xml"), std::string("./s//x/../one.xml"),
+          project.Resource("s/one.xml"), project.Root() + "\\res\\s\\one.xml"}) {
+        EXPECT_THAT(Manager().GenerateDependency(spelling, ""), ElementsAre("tex/a.png"))
+            << spelling;
+    }
+    EXPECT_THAT(Manager().GetDependency("tex\\a.png", true), ElementsAre("s/one.xml"));
+}
+
+TEST_F(ManagerTest, APathWithoutAKeyGivesNothingAndOneLogLine) {
+    LogCapture log;
+    for (const std::string& path :
+         {std::string("../outside.xml"), std::string("/etc/passwd"), std::string(261, 'a')}) {
+        EXPECT_THAT(Manager().GetDependency(path, false), IsEmpty());
+        EXPECT_THAT(log.TakeTexts(), ElementsAre(HasSubstr(path)));
+        EXPECT_FALSE(Manager().Remove(path));
+        log.Take();
+    }
+}
+
+TEST_F(ManagerTest, NamesWithANumberSignAreLeftOutWithAWarning) {
+    project.Touch("a#b.png", "a.png", "b.png");
+    project.Write("one.xml", R"(<s><far file="a#b.png"/><far file="a.png"/></s>)");
+    project.Write("t#wo.xml", R"(<s><far file="a.png"/></s>)");
+    LogCapture log;
+    EXPECT_THAT(Manager().GenerateDependency("one.xml", ""), ElementsAre("a.png"));
+    EXPECT_THAT(log.TakeTexts(), ElementsAre(AllOf(HasSubstr("one.xml"), HasSubstr("a#b.png"))));
+    EXPECT_THAT(Manager().GenerateDependency("t#wo.xml", ""), IsEmpty());
+    EXPECT_THAT(log.TakeTexts(), ElementsAre(HasSubstr("t#wo.xml")));
+    EXPECT_THAT(Manager().GetDependency("a.png", true), ElementsAre("one.xml"));
+}
+
+TEST_F(ManagerTest, UnreadableFilesHaveNoReferencesAndAreNotReadAgain) {
+    project.Touch("a.png");
+    project.Write("broken.xml", R"(<s><far file="a.png"/><open></s>)");
+    LogCapture log;
+    EXPECT_TRUE(Manager().Regenerate("broken.xml", "").failed);
+    EXPECT_THAT(log.TakeTexts(), ElementsAre(HasSubstr("broken.xml")));
+    EXPECT_THAT(Manager().GetDependency("broken.xml", false), IsEmpty());
+    EXPECT_THAT(log.TakeTexts(), IsEmpty()) << "it is stamped, so it is not read again";
+}
+
+TEST_F(ManagerTest, ARenamedFileLeavesTheInverseListsUnderItsOldName) {
+    project.Touch("a.png", "b.png");
+    WriteScene("old.xml", {"a.png"});
+    Manager().GenerateDependency("old.xml", "");
+    fs::rename(project.Resource("old.xml"), project.Resource("new.xml"));
+    EXPECT_THAT(Manager().GenerateDependency("new.xml", "old.xml"), ElementsAre("a.png"));
+    EXPECT_THAT(Manager().GetDependency("a.png", true), ElementsAre("new.xml"));
+}
+
+TEST_F(ManagerTest, AnEntryThatEndsAnotherIsTakenOutAllTheSame) {
+    project.Touch("t.png");
+    WriteScene("s/b.xml", {"t.png"});
+    WriteScene("b.xml", {"t.png"});
+    Manager().GenerateDependency("s/b.xml", "");
+    Manager().GenerateDependency("b.xml", "");
+    WriteScene("b.xml", {});
+    Manager().GenerateDependency("b.xml", "");
+    EXPECT_THAT(Manager().GetDependency("t.png", true), ElementsAre("s/b.xml"));
+}
+
+TEST_F(ManagerTest, RemoveDropsAFilesRecordsAndReadsItsDependentsAgain) {
+    project.Touch("a.png", "d/b.png");
+    WriteScene("one.xml", {"a.png", "d/b.png"});
+    WriteScene("d/two.xml", {"a.png", "one.xml"});
+    EXPECT_EQ(Scan().regenerated, 2);
+
+    project.Remove("d");
+    EXPECT_TRUE(Manager().Remove("d"));
+    EXPECT_THAT(Manager().GetDependency("one.xml", false), ElementsAre("a.png"));
+    EXPECT_THAT(Graph().Edges("a.png", Direction::Inverse), ElementsAre("one.xml"));
+    EXPECT_THAT(Graph().Edges("one.xml", Direction::Inverse), IsEmpty());
+    EXPECT_THAT(Graph().Edges("d/b.png", Direction::Inverse), IsEmpty());
+}
+
+TEST_F(ManagerTest, WalksTheGraphOnceHoweverItIsTied) {
+    project.Touch("a.png");
+    WriteScene("x.xml", {"y.xml", "z.xml"});
+    WriteScene("y.xml", {"x.xml", "z.xml", "a.png"});
+    WriteScene("z.xml", {"z.xml", "y.xml"});
+    List existing;
+    List missing;
+    Manager().GetAllDependency("x.xml", existing, missing);
+    EXPECT_THAT(existing, ElementsAre("y.xml", "z.xml", "a.png"));
+    EXPECT_THAT(missing, IsEmpty());
+
+    // An entry whose file has gone since its referrer was read is told apart.
+    project.Remove("a.png");
+    existing.clear();
+    Manager().GetAllDependency("x.xml", existing, missing);
+    EXPECT_THAT(existing, ElementsAre("y.xml", "z.xml"));
+    EXPECT_THAT(missing, ElementsAre("a.png"));
+}
+
+TEST_F(ManagerTest, FolderQueriesCoverEveryDepth) {
+    project.Touch("a.png", "b.png");
+    WriteScene("d/one.xml", {"a.png"});
+    WriteScene("d/e/f/two.xml", {"a.png", "b.png"});
+    WriteScene("three.xml", {"d/one.xml", "d/e/f/two.xml"});
+    Scan();
+    EXPECT_THAT(Manager().GetFolderDependency("d", false), UnorderedElementsAre("a.png", "b.png"));
+    EXPECT_THAT(Manager().GetFolderDependency("d", true), ElementsAre("three.xml"));
+    EXPECT_THAT(Manager().GetFolderDependency("three.xml", false), IsEmpty());
+    EXPECT_THAT(Manager().GetFolderDependency("nowhere", false), IsEmpty());
+}
+
+TEST_F(ManagerTest, DispatchGoesByTheTextAfterTheLastDot) {
+    CDependencyBase* const xml = Manager().GetDependencyGenerator("a/b.xml");
+    ASSERT_NE(xml, nullptr);
+    const std::map<std::string, CDependencyBase*> cases = {
+        {"x.y.xml", xml}, {"xml", xml},    {".xml", xml}, {"a.XML", nullptr},
+        {"a", nullptr},   {"a.", nullptr}, {"", nullptr}, {"a.xml/b", nullptr},
+    };
+    for (const auto& [path, generator] : cases) {
+        EXPECT_EQ(Manager().GetDependencyGenerator(path), generator) << path;
+    }
+}
+
+TEST_F(ManagerTest, AFurtherManagerSharesStoreAndGenerators) {
+    project.Touch("a.png");
+    WriteScene("one.xml", {"a.png"});
+    Manager().GenerateDependency("one.xml", "");
+    List before;
+    Manager().GetRegisterExtList(before);
+    {
+        CDependencyManager second;
+        EXPECT_EQ(second.GetDependencyGenerator("a.xml"),
+                  Manager().GetDependencyGenerator("b.xml"));
+        EXPECT_THAT(second.GetDependency("a.png", true), ElementsAre("one.xml"));
+    }
+    List after;
+    Manager().GetRegisterExtList(after);
+    EXPECT_EQ(before, after);
+    EXPECT_THAT(Manager().GetDependency("a.png", true), ElementsAre("one.xml"))
+        << "the store stays open";
+}
+
+TEST(ManagerStart, WithoutAConfigurationFileThereIsNoScanner) {
+    const Project project;
+    fs::remove(project.JsonConfig());
+    CDependencyManager& manager = CDependencyManager::GetSingleton();
+    EXPECT_THAT(manager.GetStartError(), HasSubstr(project.JsonConfig()));
+    manager.BeginScan();
+    manager.PauseScan();
+    manager.BeginMonitor();
+    manager.DoWatch(true);
+    manager.SetWaitingFile("x.xml");
+    EXPECT_FALSE(manager.IsScanningFinished());
+    EXPECT_EQ(manager.GetScanProgress(), 0);
+    EXPECT_EQ(manager.GetScanElapsedSecond(), 0);
+    EXPECT_THAT(manager.GetFileListBySuffix(".xml"), IsEmpty());
+}
+
+TEST(ManagerStart, AStoreThatCannotBeOpenedIsToldByName) {
+    const Project project;
+    project.Directory().Write("temp", "a file where the store's folder should be");
+    CDependencyManager& manager = CDependencyManager::GetSingleton();
+    EXPECT_EQ(manager.GetScanner(), nullptr);
+    EXPECT_THAT(manager.GetStartError(), HasSubstr(project.Root() + "/temp"));
+    EXPECT_THAT(manager.GetDependency("x.xml", false), IsEmpty());
+}
+
+TEST(ManagerStart, ARuleThatIsTooShortFailsOnceAndKeepsTheGeneratorsBeforeIt) {
+    const Project project(R"({"one": {}, "two": {"name_list": [{"element": "e"}]}, "three": {}})");
+    CDependencyManager& manager = CDependencyManager::GetSingleton();
+    LogCapture log;
+    try {
+        manager.GetDependencyGenerator("a.one");
+        FAIL() << "the rule was accepted";
+    } catch (const std::out_of_range& error) {
+        EXPECT_STREQ(error.what(), "invalid vector subscript");
+    }
+    EXPECT_THAT(log.TakeTexts(), Contains(HasSubstr(project.XmlConfig())));
+    EXPECT_NE(manager.GetDependencyGenerator("a.one"), nullptr);
+    EXPECT_EQ(manager.GetDependencyGenerator("a.three"), nullptr);
+}
+
+TEST(ManagerPaths, CopiesAndConvertsWithinThePlatformsLimit) {
+    const Project project;
+    CDependencyManager& manager = CDependencyManager::GetSingleton();
+    LogCapture log;
+    char buffer[261];
+    EXPECT_TRUE(manager.SafeCopy(buffer, 260, std::string(260, 'x').c_str()));
+    EXPECT_EQ(std::string(buffer).size(), 260U);
+    EXPECT_THAT(log.TakeTexts(), IsEmpty());
+    EXPECT_FALSE(manager.SafeCopy(buffer, 260, std::string(261, 'y').c_str()));
+    EXPECT_THAT(log.TakeTexts(), ElementsAre("Path Name Too Long:" + std::string(261, 'y')));
+    EXPECT_FALSE(manager.SafeCopy(nullptr, 260, "x"));
+
+    struct Case {
+        std::string input;
+        const char* relative;  // null: refused
+        std::string absolute;  // "": refused
+    };
+    const std::string root = project.Root() + "/res";
+    const std::vector<Case> cases = {
+        {"a/b.x", "a/b.x", root + "/a/b.x"},
+        {"a\\b.x", "a/b.x", root + "/a/b.x"},
+        {"./a//c/../b.x", "a/b.x", root + "/a/b.x"},
+        {root + "/a/b.x", "a/b.x", root + "/a/b.x"},
+        {root + "\\a\\b.x", "a/b.x", root + "\\a\\b.x"},
+        {root + "x/b", nullptr, root + "x/b"},
+        {"/elsewhere/b", nullptr, "/elsewhere/b"},
+        {"../b", nullptr, ""},
+        {"a/../../b", nullptr, ""},
+        {std::string(261, 'z'), nullptr, ""},
+    };
+    for (const Case& c : cases) {
+        char out[261] = "";
+        EXPECT_EQ(manager.MakeRelativePath(out, c.input.c_str()), c.relative != nullptr) << c.input;
+        if (c.relative) {
+            EXPECT_STREQ(out, c.relative) << c.input;
+        }
+        EXPECT_EQ(manager.MakeAbsolutePath(out, c.input.c_str()), !c.absolute.empty()) << c.input;
+        if (!c.absolute.empty()) {
+            EXPECT_EQ(out, c.absolute) << c.input;
+        }
+    }
+}
+
+TEST(ManagerPaths, RelativeToAFolderOfTheTree) {
+    const Project project;
+    CDependencyManager& manager = CDependencyManager::GetSingleton();
+    const std::vector<std::array<std::string, 3>> cases = {
+        {"a/b/c.x", "a", "b/c.x"},    {"a/b/c.x", "a/d", "../b/c.x"}, {"a.x", "b/c", "../../a.x"},
+        {"ab/c.x", "a", "../ab/c.x"}, {"a/b.x", "", "a/b.x"},         {"../x", "a", ""},
+        {"a\\b\\c.x", "a/b/", "c.x"}};
+    for (const auto& [path, base, expected] : cases) {
+        EXPECT_EQ(manager.MakeRelativeToResPath(path, base), expected) << path << " from " << base;
+    }
+}
+
+TEST(ManagerPaths, TellsImagesByTheirExtension) {
+    for (const char* image : {"A.PNG", "x.dds", "x.vol", "x.Spr", "a.b.ktx", ".hdr"}) {
+        EXPECT_TRUE(CDependencyManager::IsImage(image)) << image;
+    }
+    for (const char* other : {"archive.png.bak", "png", "x.jpeg", "", "x."}) {
+        EXPECT_FALSE(CDependencyManager::IsImage(other)) << other;
+    }
+}
+
+}  // namespace
+}  // namespace vexa::test

@@ -1,0 +1,120 @@
+#include "vxdependency/manager/DependencyManager.h"
+
+#include <atomic>
+
+#include "vexa/common/Log.h"
+#include "vexa/threading/StepGate.h"
+#include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/manager/Configuration.h"
+#include "vxdependency/manager/GeneratorRegistry.h"
+#include "vxdependency/scanner/DependencyScanner.h"
+#include "vxdependency/store/GeneralDependency.h"
+
+namespace vexa {
+
+using vxdependency::GeneralDependency;
+
+namespace {
+
+// The manager that GetSingletonPtr made, or null before and after its life.
+std::atomic<CDependencyManager*> g_singleton{nullptr};
+
+void CreateGenerators() {
+    Configuration::Locate().CreateGenerators();
+}
+
+}  // namespace
+
+CDependencyManager* CDependencyManager::GetSingletonPtr() {
+    struct Singleton {
+        Singleton() { g_singleton = &manager; }
+        CDependencyManager manager;
+    };
+    static Singleton singleton;
+    return &singleton.manager;
+}
+
+CDependencyManager& CDependencyManager::GetSingleton() {
+    return *GetSingletonPtr();
+}
+
+CDependencyManager::CDependencyManager() {
+    if (!GeneralDependency::Instance()->Open()) {
+        m_startError = GeneralDependency::Instance()->GetOpenError();
+        return;
+    }
+    const std::string missing = Configuration::Locate().FirstMissing();
+    if (!missing.empty()) {
+        m_startError = missing + ": there is no such configuration file";
+        return;
+    }
+    m_scanner = new DependencyScanner();
+}
+
+CDependencyManager::~CDependencyManager() {
+    // The scanner itself is left alive: its threads cannot be joined and sleep at the gate.
+    if (m_scanner) m_scanner->Gate().Shut();
+    GeneralDependency::Instance()->Close();
+    // Only the singleton owns the generators; a further manager leaves them to it.
+    if (g_singleton.load() != this) return;
+    GeneratorRegistry::Instance().DeleteAll();
+    g_singleton = nullptr;
+}
+
+void CDependencyManager::RegisterDependencyGenerator(CDependencyBase* generator) {
+    GeneratorRegistry::Instance().Register(generator);
+}
+
+CDependencyBase* CDependencyManager::GetDependencyGenerator(const std::string& path) {
+    GeneratorRegistry& registry = GeneratorRegistry::Instance();
+    registry.EnsureCreated(CreateGenerators);
+    // The last dot of the whole path counts; without one the path itself is the extension.
+    return registry.Find(path.substr(path.rfind('.') + 1));
+}
+
+void CDependencyManager::GetRegisterExtList(List& out) {
+    GeneratorRegistry::Instance().Extensions(out);
+}
+
+void CDependencyManager::BeginScan() {
+    if (m_scanner) m_scanner->Exec();
+}
+
+void CDependencyManager::PauseScan() {
+    if (m_scanner) m_scanner->Pause();
+}
+
+void CDependencyManager::BeginMonitor() {
+    if (m_scanner) m_scanner->Monitor();
+}
+
+void CDependencyManager::DoWatch(bool on) {
+    if (m_scanner) m_scanner->DoWatch(on);
+}
+
+void CDependencyManager::SetWaitingFile(const std::string& path) {
+    if (m_scanner) m_scanner->SetWaitingFile(path);
+}
+
+void CDependencyManager::RegisterUpdateDependencyUIFunction(std::function<void(bool)> callback) {
+    if (m_scanner) m_scanner->RegisterUpdateDependencyUIFunction(std::move(callback));
+}
+
+bool CDependencyManager::IsScanningFinished() {
+    return m_scanner && m_scanner->IsScanningFinshed();
+}
+
+int CDependencyManager::GetScanProgress() {
+    return m_scanner ? m_scanner->GetScanProgress() : 0;
+}
+
+int CDependencyManager::GetScanElapsedSecond() {
+    return m_scanner ? m_scanner->GetScanElapsedSecond() : 0;
+}
+
+std::vector<FileInfoData> CDependencyManager::GetFileListBySuffix(const std::string& suffix) {
+    if (!m_scanner) return {};
+    return m_scanner->GetFileListBySuffix(suffix.c_str());
+}
+
+}  // namespace vexa

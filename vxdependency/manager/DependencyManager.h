@@ -1,0 +1,182 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "vexa/Export.h"
+#include "vexa/common/FileService.h"
+#include "vexa/core/Signal.h"
+#include "vexa/lua/ScriptObject.h"
+#include "vxdependency/scanner/FileInfoData.h"
+
+class DependencyScanner;
+
+namespace vexa {
+
+class CDependencyBase;
+
+// One look at a file: the time that its stamp keeps, and the state that the catalogue keeps.
+struct FileLook {
+    std::int64_t seconds = -1;  // last write, seconds since 1970-01-01 UTC; -1 when it is not there
+    FileState state;
+};
+
+// What reading a file gave, before anything of it is stored.
+struct FileReading {
+    std::vector<std::string> dependencies;
+    std::vector<std::string> secondList;
+    bool readable = false;
+};
+
+// What one generation of a file did.
+struct GenerationResult {
+    std::vector<std::string> dependencies;  // keys, as they were stored
+    bool generated = false;                 // there was a generator and the result was stored
+    bool failed = false;                    // the file could not be read or parsed
+};
+
+// The entry to the system: owns the generators and the scanner, generates and answers queries.
+//
+// A path argument may be a key (relative to the resource root R/res), absolute, and use "/" or "\".
+// A path that leaves the resource root, or is longer than 260 characters, has no key: the result is
+// empty and one line is logged. Operations do not throw, except where stated.
+//
+// Any thread may call. Operations that write files or the store are serialised by one recursive
+// mutex; queries that find their file up to date take no lock.
+class VX_API CDependencyManager : public ScriptObject<CDependencyManager>,
+                                  public vxcore::SignalManager {
+public:
+    using List = std::vector<std::string>;
+
+    // Signals, emitted on the editor thread.
+    struct ScanFinished {};
+    struct WaitingFileScanFinished {};
+    struct FileRenamed {};
+
+    // The manager of the process: made by the first call, which opens the store and, when that
+    // succeeds and both configuration files are there, makes the scanner; destroyed at exit.
+    static CDependencyManager& GetSingleton();
+    static CDependencyManager* GetSingletonPtr();
+
+    // A further manager over the same store and the same generators.
+    CDependencyManager();
+    ~CDependencyManager() override;
+
+    static bool IsDummyType() { return false; }
+    static const char* ClsName() { return "CDependencyManager"; }
+
+    // Why there is no scanner: the store's error or the configuration file that is missing; ""
+    // when there is one.
+    const std::string& GetStartError() const { return m_startError; }
+
+    // --- generators ---
+
+    // Files a generator under its extension and takes it over. Called by CDependencyBase alone.
+    void RegisterDependencyGenerator(CDependencyBase* generator);
+    // The generator for a path, by the text after its last "." (the whole path without one), byte
+    // for byte; null for none. The first call loads the configuration and creates the generators;
+    // std::out_of_range ("invalid vector subscript") when a configuration element is too short.
+    CDependencyBase* GetDependencyGenerator(const std::string& path);
+    // Appends the extension of every generator, once per generator.
+    void GetRegisterExtList(List& out);
+
+    // --- generation and queries ---
+
+    // Reads `file`, stores what it refers to and when it was last written, and returns the list.
+    // `second` is the file's previous name when it has just been renamed, else empty.
+    List GenerateDependency(const std::string& file, const std::string& second);
+    // The same, telling more. A caller that has looked at the file hands the look over, which is
+    // stored as the time of the reading; one that has read it since, what it read.
+    GenerationResult Regenerate(const std::string& file, const std::string& second,
+                                const FileLook* look = nullptr,
+                                std::unique_ptr<FileReading> reading = nullptr);
+    // Reads a file by its key, and stores nothing; takes no lock. Null when it has no generator.
+    std::unique_ptr<FileReading> ReadReferences(const std::string& key);
+
+    // What `file` refers to, or (inverse) which files refer to it, as recorded. A file that changed
+    // since it was read is read again first.
+    List GetDependency(const std::string& file, bool inverse);
+
+    // Everything that can be reached from `path`, breadth first, without itself: resources that
+    // exist go to the first list, entries that exist nowhere to the second.
+    void GetAllDependency(const std::string& path, List& existing, List& missing);
+    // GetDependency of every file below a folder, each entry once; empty when it is no folder.
+    List GetFolderDependency(const std::string& folder, bool inverse);
+    // Appends the files below a folder, at every depth, in absolute form.
+    void GetAllFilesRecursively(const std::string& folder, List& out);
+    // The resource roots: R/res.
+    static std::set<std::string> GetAllRoots();
+    // The files bound to `path` that exist, as keys: stem + the suffixes that its generator tells.
+    void GetExplicitBindingFiles(const std::string& path, List& out);
+    void GetImplicitBindingFiles(const std::string& path, List& out);
+    // The scanned files with an extension (".xml"); only while no scan runs.
+    std::vector<FileInfoData> GetFileListBySuffix(const std::string& suffix);
+
+    // Drops a file's records: its forward list, its entries in inverse lists and its stamp; for a
+    // folder, those of all files known below it. The files that refer to it are read again; nothing
+    // on disk changes. False when the path has no key.
+    bool Remove(const std::string& path);
+    // The same for files that are known to be files, by their keys.
+    void Forget(const List& keys);
+
+    // --- paths ---
+
+    // The absolute form of a path, into 261 bytes; absolute input is copied unchanged. False when
+    // input or result is longer than 260 characters.
+    bool MakeAbsolutePath(char* output, const char* input);
+    // The key of a path, into 261 bytes. False when the input is longer than 260 characters or the
+    // path leaves the resource root.
+    bool MakeRelativePath(char* output, const char* input);
+    // The key of `path` expressed relative to the key of the directory `base`; empty when either
+    // has no key.
+    std::string MakeRelativeToResPath(const std::string& path, const std::string& base);
+    // Copies at most `capacity` characters and a NUL (so capacity + 1 bytes). Logs and returns
+    // false when the source is longer; false when there is no destination.
+    bool SafeCopy(char* destination, int capacity, const char* source);
+    // True for the extensions of images, in any case of letters.
+    static bool IsImage(const std::string& path);
+    // Mark where an encoding conversion would sit; the text comes back unchanged.
+    std::string DoNothing_GBKToUTF8(const char* text);
+    std::string DoNothing_UTF8ToGBK(const char* text);
+    // Drops repeated entries; the first copy of each and the order stay.
+    void MakeVectorUnique(List& list);
+
+    // --- scanning; without a scanner these do nothing, and answer false or 0 ---
+
+    void BeginScan();
+    void PauseScan();
+    void BeginMonitor();
+    void DoWatch(bool on);
+    void SetWaitingFile(const std::string& path);
+    void RegisterUpdateDependencyUIFunction(std::function<void(bool)> callback);
+    bool IsScanningFinished();
+    int GetScanProgress();
+    int GetScanElapsedSecond();
+
+    // The scanner, or null; owned by the manager.
+    DependencyScanner* GetScanner() { return m_scanner; }
+
+private:
+    bool KeyOf(const std::string& path, std::string& key);
+    bool IsUpToDate(const std::string& key);
+    List StoredForm(const std::string& key, const FileReading& reading);
+    void StoreList(const std::string& key, const std::string& oldKey, bool renamed,
+                   const List& list);
+    void StoreState(const std::string& key, const FileLook& look, const GenerationResult& result);
+    void RemoveFile(const std::string& key);
+    void BindingFiles(const std::string& path, bool isExplicit, List& out);
+
+    std::unordered_map<std::string, std::string> m_renames;  // old to new path, of pending renames
+    std::unordered_set<std::string> m_rewritten;             // dependents already rewritten
+    DependencyScanner* m_scanner = nullptr;
+    std::string m_startError;
+};
+
+}  // namespace vexa

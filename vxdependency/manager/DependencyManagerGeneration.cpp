@@ -1,0 +1,323 @@
+// The manager's reading side: generating a file's list, and answering from the store.
+
+#include <limits>
+#include <queue>
+#include <unordered_set>
+
+#include "vexa/common/InterfaceBox.h"
+#include "vexa/common/Log.h"
+#include "vexa/io/Path.h"
+#include "vexa/os/FindFiles.h"
+#include "vexa/os/WindowsApi.h"
+#include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/manager/DependencyManager.h"
+#include "vxdependency/manager/ManagerMutex.h"
+#include "vxdependency/store/GeneralDependency.h"
+
+namespace vexa {
+
+using vxdependency::CatalogueEntry;
+using vxdependency::GeneralDependency;
+
+namespace {
+
+GeneralDependency& Store() {
+    return *GeneralDependency::Instance();
+}
+
+IFileService& Files() {
+    return InterfaceBox::Instance().GetFileService();
+}
+
+FileLook LookAt(const std::string& path) {
+    FileLook look;
+    _finddata64i32_t data;
+    const std::intptr_t handle = _findfirst64i32(path.c_str(), &data);
+    if (handle == -1) return look;
+    look.seconds = data.time_write;
+    look.state = os::StateOfFound(handle);
+    _findclose(handle);
+    return look;
+}
+
+bool HoldsSeparator(const std::string& text) {
+    return text.find('#') != std::string::npos;
+}
+
+// Appends to a list what it does not hold yet.
+class UniqueList {
+public:
+    void Add(std::string entry) {
+        if (m_seen.insert(entry).second) m_list.push_back(std::move(entry));
+    }
+    bool Holds(const std::string& entry) const { return m_seen.count(entry) != 0; }
+    const CDependencyManager::List& Get() const { return m_list; }
+
+private:
+    CDependencyManager::List m_list;
+    std::unordered_set<std::string> m_seen;
+};
+
+}  // namespace
+
+bool CDependencyManager::KeyOf(const std::string& path, std::string& key) {
+    char relative[MAX_PATH + 1];
+    char absolute[MAX_PATH + 1];
+    if (MakeRelativePath(relative, path.c_str()) && *relative &&
+        MakeAbsolutePath(absolute, relative)) {
+        key = relative;
+        return true;
+    }
+    Log(0, "%s: not a path below the resource root, or longer than %d characters", path.c_str(),
+        MAX_PATH);
+    return false;
+}
+
+bool CDependencyManager::IsUpToDate(const std::string& key) {
+    const std::string absolute = Files().AbsolutePath(key);
+    const FileLook look = LookAt(absolute);
+    std::int64_t stored = std::numeric_limits<std::int64_t>::min();
+    Store().GetTimeStamp(absolute, stored);
+    if (stored != look.seconds) return false;
+
+    // Within one second the stamp cannot tell two writes apart; the catalogue can.
+    CatalogueEntry entry;
+    if (!Store().FindFile(key, entry)) return !look.state.exists;
+    return entry.writeTimeNs == look.state.writeTimeNs && entry.size == look.state.size;
+}
+
+std::unique_ptr<FileReading> CDependencyManager::ReadReferences(const std::string& key) {
+    CDependencyBase* const generator = GetDependencyGenerator(key);
+    if (!generator) return nullptr;
+    auto reading = std::make_unique<FileReading>();
+    reading->readable = generator->GenerateDependency(GeneratorForm(key), reading->dependencies,
+                                                      reading->secondList);
+    MakeVectorUnique(reading->dependencies);
+    MakeVectorUnique(reading->secondList);
+    return reading;
+}
+
+// The list as it is stored: keys where the entries name something below the resource root, without
+// what a "#"-separated list cannot hold, each entry once.
+CDependencyManager::List CDependencyManager::StoredForm(const std::string& key,
+                                                        const FileReading& reading) {
+    List output;
+    for (const List* list : {&reading.dependencies, &reading.secondList}) {
+        for (const std::string& entry : *list) {
+            std::string stored;
+            if (!Files().KeyOfReference(entry, stored)) stored = entry;
+            for (char& c : stored) c = c == '\\' ? '/' : c;
+            if (HoldsSeparator(stored)) {
+                LogWarning("%s: the reference to %s is left out: a name with \"#\" cannot be kept",
+                           key.c_str(), stored.c_str());
+            } else if (!stored.empty()) {
+                output.push_back(std::move(stored));
+            }
+        }
+    }
+    MakeVectorUnique(output);
+    if (HoldsSeparator(key) && !output.empty()) {
+        LogWarning("%s: its references are left out: a name with \"#\" cannot be kept",
+                   key.c_str());
+        output.clear();
+    }
+    return output;
+}
+
+void CDependencyManager::StoreList(const std::string& key, const std::string& oldKey, bool renamed,
+                                   const List& list) {
+    List old;
+    Store().GetDependency(oldKey, old);
+    if (!old.empty()) {
+        const std::unordered_set<std::string> kept(list.begin(), list.end());
+        for (const std::string& entry : old) {
+            if (renamed || kept.count(entry) == 0) Store().EraseInverseEntry(entry, oldKey);
+        }
+    }
+    if (!list.empty()) Store().SetDependency(key, list, GeneralDependency::kBoth);
+}
+
+void CDependencyManager::StoreState(const std::string& key, const FileLook& look,
+                                    const GenerationResult& result) {
+    Store().SetTimeStamp(Files().AbsolutePath(key), look.seconds);
+    if (look.state.exists) {
+        Store().SetFile(key,
+                        {look.state.writeTimeNs, look.state.size,
+                         static_cast<std::uint32_t>(result.dependencies.size()), result.failed});
+    } else {
+        Store().EraseFile(key);
+    }
+}
+
+GenerationResult CDependencyManager::Regenerate(const std::string& file, const std::string& second,
+                                                const FileLook* look,
+                                                std::unique_ptr<FileReading> reading) {
+    GenerationResult result;
+    std::string key;
+    std::string oldKey;
+    if (!KeyOf(file, key)) return result;
+    if (second.empty()) {
+        oldKey = key;
+    } else if (!KeyOf(second, oldKey)) {
+        return result;
+    }
+    if (!GetDependencyGenerator(key)) return result;
+
+    const std::lock_guard lock(ManagerMutex());
+    // What another thread's batch still holds in memory must not be overtaken.
+    Store().FlushOtherBatch();
+    // One transaction for the list, the inverse lists and the stamp, unless a scan's is open.
+    const vxdependency::StoreBatch batch(&Store());
+    // The look before reading is what is kept: a file written meanwhile is then read again.
+    const FileLook before = look ? *look : LookAt(Files().AbsolutePath(key));
+    if (!reading) reading = ReadReferences(key);
+    result.dependencies = StoredForm(key, *reading);
+    result.generated = true;
+    result.failed = !reading->readable;
+    StoreList(key, oldKey, !second.empty(), result.dependencies);
+    StoreState(key, before, result);
+    return result;
+}
+
+CDependencyManager::List CDependencyManager::GenerateDependency(const std::string& file,
+                                                                const std::string& second) {
+    return Regenerate(file, second).dependencies;
+}
+
+CDependencyManager::List CDependencyManager::GetDependency(const std::string& file, bool inverse) {
+    List list;
+    std::string key;
+    if (!KeyOf(file, key)) return list;
+    if (!IsUpToDate(key)) {
+        const std::lock_guard lock(ManagerMutex());
+        Store().FlushOtherBatch();
+        if (!IsUpToDate(key)) Regenerate(key, "");
+    }
+    if (inverse) {
+        Store().GetInverseDependency(key, list);
+    } else {
+        Store().GetDependency(key, list);
+    }
+    return list;
+}
+
+void CDependencyManager::GetAllDependency(const std::string& path, List& existing, List& missing) {
+    std::string start;
+    if (!KeyOf(path, start)) return;
+    std::unordered_set<std::string> visited{start};
+    std::queue<std::string> work;
+    work.push(start);
+    while (!work.empty()) {
+        const List list = GetDependency(work.front(), false);
+        work.pop();
+        for (const std::string& entry : list) {
+            if (!visited.insert(entry).second) continue;
+            if (Files().FileExists(entry)) {
+                existing.push_back(entry);
+                work.push(entry);
+            } else {
+                missing.push_back(entry);
+            }
+        }
+    }
+}
+
+CDependencyManager::List CDependencyManager::GetFolderDependency(const std::string& folder,
+                                                                 bool inverse) {
+    UniqueList all;
+    const std::string directory = Files().AbsolutePath(folder);
+    if (!PathIsDirectoryA(directory.c_str())) return all.Get();
+    List files;
+    GetAllFilesRecursively(directory, files);
+    for (const std::string& file : files) {
+        for (std::string& entry : GetDependency(file, inverse)) all.Add(std::move(entry));
+    }
+    return all.Get();
+}
+
+void CDependencyManager::GetAllFilesRecursively(const std::string& folder, List& out) {
+    std::vector<std::string> folders{Files().AbsolutePath(folder)};
+    while (!folders.empty()) {
+        const std::string directory = std::move(folders.back());
+        folders.pop_back();
+        _finddata64i32_t data;
+        const std::intptr_t handle = _findfirst64i32((directory + "/*.*").c_str(), &data);
+        if (handle == -1) continue;
+        do {
+            const std::string name = data.name;
+            if (name == "." || name == "..") continue;
+            std::vector<std::string>& list =
+                data.attrib == FILE_ATTRIBUTE_DIRECTORY ? folders : out;
+            list.push_back(directory + "/" + name);
+        } while (_findnext64i32(handle, &data) == 0);
+        _findclose(handle);
+    }
+}
+
+std::set<std::string> CDependencyManager::GetAllRoots() {
+    return {InterfaceBox::Instance().GetResourceRoot()};
+}
+
+void CDependencyManager::BindingFiles(const std::string& path, bool isExplicit, List& out) {
+    std::string key;
+    if (!KeyOf(path, key)) return;
+    CDependencyBase* const generator = GetDependencyGenerator(key);
+    if (!generator) return;
+    const std::string file = GeneratorForm(key);
+    const List suffixes = isExplicit ? generator->GetExplicitBindingFiles(file)
+                                     : generator->GetImplicitBindingFiles(file);
+    for (const std::string& suffix : suffixes) {
+        std::string bound = vxio::GetStem(key) + suffix;
+        if (Files().FileExists(bound)) out.push_back(std::move(bound));
+    }
+}
+
+void CDependencyManager::GetExplicitBindingFiles(const std::string& path, List& out) {
+    BindingFiles(path, true, out);
+}
+
+void CDependencyManager::GetImplicitBindingFiles(const std::string& path, List& out) {
+    BindingFiles(path, false, out);
+}
+
+void CDependencyManager::RemoveFile(const std::string& key) {
+    List list;
+    Store().GetDependency(key, list);
+    for (const std::string& entry : list) Store().EraseInverseEntry(entry, key);
+    Store().EraseForward(key);
+    Store().EraseTimeStamp(Files().AbsolutePath(key));
+    Store().EraseFile(key);
+}
+
+void CDependencyManager::Forget(const List& keys) {
+    const vxdependency::StoreBatch batch(&Store());
+    UniqueList dependents;
+    for (const std::string& key : keys) {
+        const std::lock_guard lock(ManagerMutex());
+        Store().FlushOtherBatch();
+        List list;
+        Store().GetInverseDependency(key, list);
+        for (std::string& dependent : list) dependents.Add(std::move(dependent));
+        RemoveFile(key);
+        Store().BatchCheckpoint();
+    }
+    const std::unordered_set<std::string> gone(keys.begin(), keys.end());
+    for (const std::string& dependent : dependents.Get()) {
+        if (gone.count(dependent) == 0) Regenerate(dependent, "");
+        Store().BatchCheckpoint();
+    }
+}
+
+bool CDependencyManager::Remove(const std::string& path) {
+    std::string key;
+    if (!KeyOf(path, key)) return false;
+    List keys{key};
+    Store().ForEachFile(key + "/", [&keys](std::string_view file, const CatalogueEntry&) {
+        keys.emplace_back(file);
+        return true;
+    });
+    Forget(keys);
+    return true;
+}
+
+}  // namespace vexa

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+namespace vexa {
+
+class CDependencyBase;
+
+// The generators of the process, by extension. One registry serves every manager, so that a further
+// manager answers from the same generators instead of filing them a second time. Those of one
+// extension are kept in order of registration, which a hash multimap of the standard library would
+// not do. All operations may be called from any thread.
+class GeneratorRegistry {
+public:
+    static GeneratorRegistry& Instance();
+
+    void Register(CDependencyBase* generator);
+
+    // Runs `create`, which registers the generators, unless that was done or something is
+    // registered already. Other threads wait until it has ended. If it throws, what it registered
+    // stays, it is not run again, and the caller gets the exception.
+    void EnsureCreated(const std::function<void()>& create);
+
+    // The first generator of an extension, or null.
+    CDependencyBase* Find(const std::string& extension) const;
+    std::vector<CDependencyBase*> FindAll(const std::string& extension) const;
+
+    // Appends every extension, once per generator. Waits for a creation that runs.
+    void Extensions(std::vector<std::string>& out) const;
+
+    // Deletes every generator and forgets them.
+    void DeleteAll();
+
+private:
+    GeneratorRegistry();
+
+    bool CreatingOnThisThread() const;
+
+    mutable std::mutex m_creation;  // held while the generators are created
+    std::atomic<bool> m_created{false};
+    std::atomic<std::thread::id> m_creator{};
+
+    mutable std::shared_mutex m_guard;  // m_generators
+    std::unordered_map<std::string, std::vector<CDependencyBase*>> m_generators;
+};
+
+}  // namespace vexa

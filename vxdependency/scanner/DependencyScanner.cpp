@@ -1,0 +1,406 @@
+#include "vxdependency/scanner/DependencyScanner.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+#include "vexa/common/InterfaceBox.h"
+#include "vexa/common/Log.h"
+#include "vexa/io/Path.h"
+#include "vexa/os/Clock.h"
+#include "vexa/os/FindFiles.h"
+#include "vexa/os/WindowsApi.h"
+#include "vexa/threading/CommandQueue.h"
+#include "vexa/threading/JobSystem.h"
+#include "vexa/threading/StepGate.h"
+#include "vxdependency/manager/Configuration.h"
+#include "vxdependency/manager/DependencyManager.h"
+#include "vxdependency/manager/ManagerMutex.h"
+#include "vxdependency/scanner/ScanWalk.h"
+#include "vxdependency/store/GeneralDependency.h"
+#include "vxdependency/store/GraphReader.h"
+
+using vexa::CDependencyManager;
+using vexa::InterfaceBox;
+using vexa::Log;
+using vexa::LogError;
+using vexa::LogWarning;
+using vexa::vxdependency::CatalogueEntry;
+using vexa::vxdependency::GeneralDependency;
+
+namespace {
+
+// Files of these extensions are regenerated before all others.
+const std::vector<std::string> kSuffixOrder = {".gim", ".animconfig"};
+
+GeneralDependency& Store() {
+    return *GeneralDependency::Instance();
+}
+
+std::string WithSlashes(std::string path) {
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
+std::string KeyOf(const std::string& path) {
+    std::string key;
+    InterfaceBox::Instance().GetFileService().MakeRelative(path, key);
+    return key;
+}
+
+// When the same files would be read differently than the store remembers, its answers are stale
+// though no file changed: the store is emptied, and the scan fills it anew.
+void ForgetWhatOtherRulesFound() {
+    const auto fingerprint = vexa::Configuration::Locate().Fingerprint();
+    if (!fingerprint) return;
+    std::string stored;
+    const bool known = Store().GetMeta("configuration", stored);
+    if (known && stored == *fingerprint) return;
+    const std::lock_guard lock(vexa::ManagerMutex());
+    if (known) {
+        Log(0, "The configuration has changed: every file is read again.");
+        Store().Clear();
+    }
+    Store().SetMeta("configuration", *fingerprint);
+}
+
+void WarnOfCollisions() {
+    std::vector<std::string> keys;
+    Store().ForEachFile("", [&keys](std::string_view key, const CatalogueEntry&) {
+        keys.emplace_back(key);
+        return true;
+    });
+    const auto pairs = vexa::vxdependency::FindCollisions(keys);
+    if (pairs.empty()) return;
+    LogWarning("%zu pairs of resources share a record of the store, as \"%s\" and \"%s\" do",
+               pairs.size(), pairs.front().first.c_str(), pairs.front().second.c_str());
+}
+
+}  // namespace
+
+DependencyScanner::DependencyScanner()
+    : m_buckets(8),
+      m_watcher(std::make_unique<vexa::vxio::FileSystemWatcher>()),
+      m_gate(std::make_unique<vexa::StepGate>()) {
+    const std::set<std::string> roots = CDependencyManager::GetAllRoots();
+    m_roots.insert(roots.begin(), roots.end());
+    for (const std::string& root : m_roots) m_watcher->WatchDirectory(root);
+    m_heartbeat = InterfaceBox::Instance().GetHeartbeat()->AddRef();
+    m_lastBeat = m_heartbeat->Last();
+}
+
+DependencyScanner::~DependencyScanner() {
+    m_heartbeat->Release();
+}
+
+void DependencyScanner::Exec() {
+    m_running = true;
+    if (m_requested.fetch_add(1) == 0) Submit();
+}
+
+void DependencyScanner::Pause() {
+    m_running = false;
+}
+
+void DependencyScanner::Submit() {
+    constexpr unsigned char kAnyWorker = 255;
+    vexa::job_release(
+        vexa::run([this] { RunJob(); }, vexa::JobPriority::Normal, kAnyWorker, "DependencyScan"));
+}
+
+void DependencyScanner::RunJob() {
+    try {
+        Scan();
+    } catch (const std::exception& error) {
+        LogError("The resource scan ended early: %s", error.what());
+        const std::lock_guard lock(m_guard);
+        m_statistics.error = error.what();
+    }
+    vexa::vxThread<0>::Handle.post(
+        [] { CDependencyManager::GetSingleton().Emit<CDependencyManager::ScanFinished>(); });
+    // One that was asked for meanwhile comes now, as a job of its own.
+    if (m_requested.fetch_sub(1) > 1) Submit();
+}
+
+std::int32_t DependencyScanner::GetScanProgress() const {
+    return m_progress;
+}
+
+std::int32_t DependencyScanner::GetScanElapsedSecond() const {
+    return m_elapsed;
+}
+
+bool DependencyScanner::IsScanningFinshed() const {
+    return m_finished;
+}
+
+ScanStatistics DependencyScanner::GetStatistics() const {
+    const std::lock_guard lock(m_guard);
+    return m_statistics;
+}
+
+void DependencyScanner::Publish(const ScanWalk& walk) {
+    const std::lock_guard lock(m_guard);
+    m_statistics = walk.statistics;
+    m_statistics.seconds = static_cast<double>(vexa::os::WallClockMs() - walk.startMs) / 1000;
+}
+
+std::vector<FileInfoData> DependencyScanner::GetFileListBySuffix(const char* suffix) {
+    return m_buckets[suffix];
+}
+
+void DependencyScanner::Monitor() {
+    LogError("Changes on disk are not followed: this version cannot watch files.");
+}
+
+void DependencyScanner::DoWatch(bool on) {
+    m_watching = on;
+    if (!on) m_watchStopped = true;
+    std::function<void(bool)> callback;
+    {
+        const std::lock_guard lock(m_guard);
+        callback = m_updateUi;
+    }
+    callback(!on);
+}
+
+void DependencyScanner::RegisterUpdateDependencyUIFunction(std::function<void(bool)> callback) {
+    const std::lock_guard lock(m_guard);
+    m_updateUi = std::move(callback);
+}
+
+void DependencyScanner::SetWaitingFile(const std::string& path) {
+    char absolute[MAX_PATH + 1] = "";
+    CDependencyManager::GetSingleton().MakeAbsolutePath(absolute, path.c_str());
+    const std::lock_guard lock(m_guard);
+    m_waitingFile = absolute;
+}
+
+// --- the walk ---
+
+// A folder is descended only when the folder attribute stands alone: not one that is
+// write-protected and not a link, so that no ring can form.
+bool DependencyScanner::IsDescended(const std::string& path, unsigned attributes) {
+    if (attributes == FILE_ATTRIBUTE_DIRECTORY) return true;
+    if (attributes & FILE_ATTRIBUTE_DIRECTORY) {
+        Log(0, "%s: this folder is %s; what is below it is not scanned", WithSlashes(path).c_str(),
+            attributes & FILE_ATTRIBUTE_REPARSE_POINT ? "a link" : "write-protected");
+    }
+    return false;
+}
+
+// A folder that could not be listed to its end: nothing below it may be taken for gone.
+void DependencyScanner::FolderUnread(const std::string& directory, ScanWalk& walk) {
+    LogError("%s: the folder cannot be read: %s", WithSlashes(directory).c_str(),
+             std::strerror(errno));
+    ++walk.statistics.unreadableFolders;
+    walk.unreadable.push_back(KeyOf(directory));
+    walk.known.AddUnknown(walk.unreadable.back());
+}
+
+void DependencyScanner::GetAllFiles(const std::string& directory, ScanWalk& walk) {
+    _finddata64i32_t data;
+    const std::intptr_t handle = _findfirst64i32((directory + "/*.*").c_str(), &data);
+    if (handle == -1) return FolderUnread(directory, walk);
+    std::vector<std::string> folders;
+    do {
+        if (std::strcmp(data.name, ".") == 0 || std::strcmp(data.name, "..") == 0) continue;
+        std::string path = directory + "\\" + data.name;
+        if (std::strchr(data.name, '\\')) {
+            LogWarning("%s/%s: left out: its name holds a backslash",
+                       WithSlashes(directory).c_str(), data.name);
+        } else if (IsDescended(path, data.attrib)) {
+            folders.push_back(std::move(path));
+        } else {
+            const vexa::FileState state = vexa::os::StateOfFound(handle);
+            Know(path, data.attrib, walk);
+            InsertToBucket({std::move(path), data.time_write, state.writeTimeNs, state.size}, walk);
+        }
+    } while (_findnext64i32(handle, &data) == 0);
+    if (errno != ENOENT) FolderUnread(directory, walk);
+    _findclose(handle);
+    if (!m_running) walk.walked = false;
+    // Descended with the search closed, so that deep trees need no more handles than flat ones.
+    for (const std::string& folder : folders) {
+        if (walk.walked) GetAllFiles(folder, walk);
+    }
+}
+
+// Links and folders that are not descended may lead anywhere.
+void DependencyScanner::Know(const std::string& path, unsigned attributes, ScanWalk& walk) {
+    constexpr unsigned kElsewhere = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    const std::size_t root = InterfaceBox::Instance().GetResourceRoot().size();
+    const std::string key = WithSlashes(path.substr(root + 1));
+    if (attributes & kElsewhere) {
+        walk.known.AddUnknown(key);
+    } else {
+        walk.known.Add(key);
+    }
+}
+
+void DependencyScanner::InsertToBucket(FileInfoData info, ScanWalk& walk) {
+    const std::string extension = vexa::vxio::GetFileExtension(info.path);
+    m_buckets.try_emplace(extension);
+    std::vector<FileInfoData>& bucket = m_buckets.at(extension);
+    bucket.push_back(std::move(info));
+    walk.met.push_back({&bucket, bucket.size() - 1});
+    ++m_fileCount;
+}
+
+// --- the scan ---
+
+void DependencyScanner::Scan() {
+    ScanWalk walk;
+    walk.startMs = vexa::os::WallClockMs();
+    m_progress = 0;
+    m_elapsed = 0;
+    Publish(walk);
+    Prepare(walk);
+    const bool complete = walk.walked && ReadFiles(walk);
+    if (walk.statistics.regenerated > 0 || walk.statistics.removed > 0) {
+        const vexa::StepGate::Pass pass(*m_gate);
+        SumCatalogue(walk.statistics);
+    }
+    walk.statistics.complete = complete;
+    Publish(walk);
+    if (!complete) return;
+    m_finished = true;
+    m_progress = 100;
+    Log(0, "Resource Dependency Scanning Finished!");
+}
+
+// Brings the store up to date with what the walk met; false when that was not done to the end.
+bool DependencyScanner::ReadFiles(ScanWalk& walk) {
+    vexa::vxdependency::StoreBatch batch(&Store());
+    const vexa::KnownFiles::Use known(walk.known);
+    walk.ahead = std::make_unique<ReadAhead>(walk.known, *m_gate);
+    bool complete = ScanBuckets(walk);
+    walk.ahead.reset();
+    if (complete) Finish(walk);
+    if (!batch.End()) {
+        walk.statistics.error = Store().GetWriteError();
+        complete = false;
+    }
+    return complete;
+}
+
+void DependencyScanner::Prepare(ScanWalk& walk) {
+    const vexa::StepGate::Pass pass(*m_gate);
+    ForgetWhatOtherRulesFound();
+    // What an earlier scan found out of its files no longer counts.
+    for (auto& [extension, bucket] : m_buckets) {
+        for (FileInfoData& record : bucket) record.change = FileInfoData::Change::Unknown;
+    }
+    walk.walked = true;
+    for (const std::string& root : m_roots) GetAllFiles(root, walk);
+    walk.statistics.files = static_cast<std::int64_t>(walk.met.size());
+    if (walk.walked) CompareWithCatalogue(walk);
+    walk.step = m_fileCount / 10;
+    walk.threshold = walk.step;
+}
+
+bool DependencyScanner::ScanBuckets(ScanWalk& walk) {
+    for (const std::string& suffix : kSuffixOrder) {
+        if (m_buckets.count(suffix) != 0 && !ScanBucket(suffix, walk)) return false;
+    }
+    for (const auto& [extension, bucket] : m_buckets) {
+        const bool done =
+            std::find(kSuffixOrder.begin(), kSuffixOrder.end(), extension) != kSuffixOrder.end();
+        if (!done && !ScanBucket(extension, walk)) return false;
+    }
+    return true;
+}
+
+bool DependencyScanner::ScanBucket(const std::string& extension, ScanWalk& walk) {
+    const std::vector<FileInfoData>& bucket = m_buckets.at(extension);
+    if (bucket.empty()) return true;
+    const bool isRead = CDependencyManager::GetSingletonPtr()->GetDependencyGenerator(
+                            bucket.front().path) != nullptr;
+    std::size_t expected = 0;
+    for (std::size_t i = 0; i < bucket.size(); ++i) {
+        const FileInfoData& record = bucket[i];
+        for (; isRead && expected < std::min(i + ReadAhead::kWindow, bucket.size()); ++expected) {
+            const FileInfoData& next = bucket[expected];
+            if (next.change == FileInfoData::Change::Changed) walk.ahead->Expect(KeyOf(next.path));
+        }
+        ++walk.processed;
+        const vexa::StepGate::Pass pass(*m_gate);
+        if (!ScanFile(record, walk)) return false;
+        if (!Store().BatchCheckpoint()) {
+            walk.statistics.error = Store().GetWriteError();
+            return false;
+        }
+    }
+    return true;
+}
+
+void DependencyScanner::ShowProgress(ScanWalk& walk) {
+    if (walk.processed == walk.threshold) {
+        const std::int64_t percent = (std::int64_t{walk.threshold} + 1) * 100 / m_fileCount;
+        Log(0, "Resource Dependency Scanning Progress %d %% .", static_cast<int>(percent));
+        walk.threshold += walk.step;
+    }
+    m_progress = static_cast<std::int32_t>(std::int64_t{walk.processed} * 100 / m_fileCount);
+}
+
+bool DependencyScanner::ScanFile(FileInfoData record, ScanWalk& walk) {
+    ShowProgress(walk);
+    if (!CDependencyManager::GetSingletonPtr()->GetDependencyGenerator(record.path)) {
+        // No list is made of it, but that it is there, and since when, is known.
+        if (record.change == FileInfoData::Change::Changed) {
+            Store().SetFile(KeyOf(record.path), {record.writeTimeNs, record.size, 0, false});
+        }
+        return true;
+    }
+    if (NeedsReading(record)) ReadFile(record, walk);
+    TellWaitingFile(record);
+    if (!m_running) return false;
+    m_elapsed = static_cast<std::int32_t>((vexa::os::WallClockMs() - walk.startMs) / 1000);
+    return true;
+}
+
+bool DependencyScanner::NeedsReading(const FileInfoData& record) {
+    // The store's reader converts no separators; stamps are kept under the "/" form.
+    std::int64_t stored = std::numeric_limits<std::int64_t>::min();
+    Store().GetTimeStamp(WithSlashes(record.path), stored);
+    if (stored != record.timestamp) return true;
+    if (record.change != FileInfoData::Change::Changed) return false;
+    // It had changed when the walk met it; a query may have read it since.
+    CatalogueEntry entry;
+    return !Store().FindFile(KeyOf(record.path), entry) ||
+           entry.writeTimeNs != record.writeTimeNs || entry.size != record.size;
+}
+
+void DependencyScanner::ReadFile(const FileInfoData& record, ScanWalk& walk) {
+    const std::string relative = KeyOf(record.path);
+    const vexa::FileLook look{record.timestamp, {true, false, record.writeTimeNs, record.size}};
+    // A record of an earlier scan tells nothing of the file as it is now.
+    const bool current = record.change != FileInfoData::Change::Unknown;
+    const vexa::GenerationResult result = CDependencyManager::GetSingletonPtr()->Regenerate(
+        relative, "", current ? &look : nullptr, current ? walk.ahead->Take(relative) : nullptr);
+    if (!result.dependencies.empty()) Store().SetTimeStamp(record.path, record.timestamp);
+    if (result.generated) ++walk.statistics.regenerated;
+    Publish(walk);
+}
+
+void DependencyScanner::TellWaitingFile(FileInfoData& record) {
+    const std::lock_guard lock(m_guard);
+    if (m_waitingFile.empty()) return;
+    m_waitingFile = WithSlashes(m_waitingFile);
+    record.path = WithSlashes(record.path);
+    if (record.path != m_waitingFile) return;
+    vexa::vxThread<0>::Handle.post([] {
+        CDependencyManager::GetSingleton().Emit<CDependencyManager::WaitingFileScanFinished>();
+    });
+}
+
+// Forgets the files that are gone, now that those which named them are up to date.
+void DependencyScanner::Finish(ScanWalk& walk) {
+    const vexa::StepGate::Pass pass(*m_gate);
+    CDependencyManager::GetSingletonPtr()->Forget(walk.vanished);
+    walk.statistics.removed = static_cast<std::int64_t>(walk.vanished.size());
+    if (walk.newFiles) WarnOfCollisions();
+    Store().SetMeta("last_scan", std::to_string(vexa::os::UnixTimeMs()));
+}
