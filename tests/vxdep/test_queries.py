@@ -1,0 +1,183 @@
+"""deps, rdeps and export: the answers, and every way to write a path."""
+
+import os
+import unittest
+
+from support import ProjectCase, scene
+
+USERS_OF_STONE = ["levels/harbour.scene"]
+
+
+class Answers(ProjectCase):
+    def setUp(self):
+        super().setUp()
+        self.write_harbour()
+        self.succeed("scan")
+
+    def test_answers(self):
+        cases = [
+            (["deps", "levels/harbour.scene"], ["props/barrel.scene", "textures/stone.tga"]),
+            (["deps", "--all", "levels/harbour.scene"],
+             ["props/barrel.scene", "textures/stone.tga", "textures/wood.tga"]),
+            (["rdeps", "textures/wood.tga"], ["props/barrel.scene"]),
+            (["rdeps", "textures/wood.tga", "--all"],
+             ["levels/harbour.scene", "props/barrel.scene"]),
+            (["rdeps", "textures"], ["levels/harbour.scene", "props/barrel.scene"]),
+            (["deps", "props/"], ["textures/wood.tga"]),
+            (["deps", "res"],
+             ["props/barrel.scene", "textures/stone.tga", "textures/wood.tga"]),
+            (["deps", "--all", "res/levels"],
+             ["props/barrel.scene", "textures/stone.tga", "textures/wood.tga"]),
+            (["rdeps", "textures/unused.tga"], []),
+            (["deps", "textures/stone.tga"], []),
+        ]
+        for arguments, expected in cases:
+            with self.subTest(arguments):
+                self.assertEqual(self.succeed(*arguments).lines, expected)
+                self.assertEqual(self.succeed(*arguments, "--json").json, expected)
+
+    def test_export(self):
+        self.assertEqual(self.succeed("export").json, {
+            "forward": {
+                "levels/harbour.scene": ["props/barrel.scene", "textures/stone.tga"],
+                "props/barrel.scene": ["textures/wood.tga"]},
+            "inverse": {
+                "props/barrel.scene": ["levels/harbour.scene"],
+                "textures/stone.tga": ["levels/harbour.scene"],
+                "textures/wood.tga": ["props/barrel.scene"]}})
+
+    def test_a_changed_file_is_read_again(self):
+        # The new answer must not depend on the clock having moved on by a second.
+        self.write("props/barrel.scene", scene("textures/stone.tga"))
+        self.assertEqual(self.succeed("deps", "props/barrel.scene").lines, ["textures/stone.tga"])
+        self.assertEqual(self.succeed("rdeps", "textures/wood.tga").lines, [])
+
+    def test_all_goes_through_changed_files(self):
+        self.write("props/rope.scene", scene("textures/unused.tga"))
+        self.write("props/barrel.scene", scene("props/rope.scene"))
+        self.assertEqual(
+            self.succeed("deps", "--all", "levels/harbour.scene").lines,
+            ["props/barrel.scene", "props/rope.scene", "textures/stone.tga",
+             "textures/unused.tga"])
+
+    def test_a_ring_ends(self):
+        self.write("a.scene", scene("b.scene"))
+        self.write("b.scene", scene("a.scene"))
+        self.assertEqual(self.succeed("deps", "--all", "a.scene").lines, ["a.scene", "b.scene"])
+
+    def test_a_vanished_file_has_an_answer(self):
+        (self.res / "textures/stone.tga").unlink()
+        self.assertEqual(self.succeed("rdeps", "textures/stone.tga").lines, USERS_OF_STONE)
+
+    def test_unknown_paths(self):
+        cases = [
+            ("old/stone.tga", ["old/stone.tga", "did you mean textures/stone.tga?"]),
+            ("nowhere.tga", ["nowhere.tga"]),
+        ]
+        self.write("a/twin.tga")
+        self.write("b/twin.tga")
+        self.succeed("scan")
+        for path, texts in cases:
+            with self.subTest(path):
+                self.refuse("rdeps", path, says=texts)
+        self.assertNotIn("did you mean", self.refuse("deps", "twin.tga").err)
+        self.assertEqual(self.succeed("check").lines, ["7 files: all is in step"])
+
+    def test_without_a_scan_the_answer_warns(self):
+        (self.root / "temp").rename(self.base / "temp")
+        result = self.run_vxdep("deps", "levels/harbour.scene")
+        self.assertEqual(result.code, 0)
+        self.assertEqual(len(result.lines), 2)
+        self.assertIn("no scan has been completed", result.err)
+        self.succeed("-q", "deps", "levels/harbour.scene")
+
+
+class PathForms(ProjectCase):
+    def setUp(self):
+        super().setUp()
+        self.write_harbour()
+        self.succeed("scan")
+
+    def test_forms_of_one_path(self):
+        link = self.base / "link"
+        link.symlink_to(self.root)
+        textures = self.base / "textures-link"
+        textures.symlink_to(self.res / "textures")
+        cases = [
+            (self.root, "textures/stone.tga"),
+            (self.root, "res/textures/stone.tga"),
+            (self.root, "./res//textures/./stone.tga"),
+            (self.root, "res/levels/../textures/stone.tga"),
+            (self.root, "textures/stone.tga/"),
+            (self.root, "textures\\stone.tga"),
+            (self.root, str(self.res / "textures/stone.tga")),
+            (self.root, str(link / "res/textures/stone.tga")),
+            (self.root, str(textures / "stone.tga")),
+            (self.res / "textures", "stone.tga"),
+            (self.res / "levels", "../textures/stone.tga"),
+            (self.res / "levels", "textures/stone.tga"),
+            (link, "res/textures/stone.tga"),
+            (link / "res/textures", "stone.tga"),
+        ]
+        for cwd, path in cases:
+            with self.subTest(path, cwd=cwd):
+                self.assertEqual(self.succeed("rdeps", path, cwd=cwd).lines, USERS_OF_STONE)
+        self.assertEqual(
+            self.succeed("-C", "link", "rdeps", "textures-link/stone.tga", cwd=self.base).lines,
+            USERS_OF_STONE)
+
+    def test_the_working_directory_comes_first(self):
+        self.write("levels/textures/stone.tga")
+        self.write("levels/quay.scene", scene("levels/textures/stone.tga"))
+        self.succeed("scan")
+        for cwd, expected in ((self.res / "levels", ["levels/quay.scene"]),
+                              (self.res, USERS_OF_STONE)):
+            self.assertEqual(self.succeed("rdeps", "textures/stone.tga", cwd=cwd).lines, expected)
+
+    def test_a_vanished_file_by_its_place(self):
+        (self.res / "textures/stone.tga").unlink()
+        for cwd, path in ((self.root, "res/textures/stone.tga"),
+                          (self.res / "textures", "stone.tga"),
+                          (self.base, str(self.res / "textures/stone.tga"))):
+            result = self.succeed("-C", str(self.root), "rdeps", path, cwd=cwd)
+            self.assertEqual(result.lines, USERS_OF_STONE, path)
+
+    def test_paths_outside(self):
+        (self.base / "outside.tga").touch()
+        for path in ("../outside.tga", str(self.base / "outside.tga"), "/no/such.tga",
+                     "../../../../../x.tga", "builtin"):
+            with self.subTest(path):
+                self.refuse("deps", path, says=[path, "outside of the resource root"])
+
+    def test_links_below_res_are_resources(self):
+        (self.res / "alias.tga").symlink_to("textures/stone.tga")
+        self.write("alias.scene", scene("alias.tga"))
+        self.succeed("scan")
+        self.assertEqual(self.succeed("rdeps", "alias.tga").lines, ["alias.scene"])
+        self.assertEqual(self.succeed("check").code, 0)
+
+    def test_odd_names(self):
+        texture = "textures/stone.tga"
+        names = ["a b.scene", "it's.scene", "50%.scene", "{x}.scene", "[y].scene", "-dash.scene",
+                 "two\nlines.scene", 'say "hi".scene', "gr\u00fcn.scene", os.fsdecode(b"caf\xe9.scene"),
+                 os.fsdecode(b"\xed\xb3\xa9\xf0\x9f.scene"), os.fsdecode(b"\xc0\xaf.scene")]
+        for name in names:
+            self.write(name, scene(texture))
+        self.succeed("scan")
+        for name in names:
+            with self.subTest(name):
+                self.assertEqual(self.succeed("deps", "--", name).lines, [texture])
+                self.assertEqual(self.succeed("deps", "--", name, cwd=self.res).lines, [texture])
+        users = sorted(names + USERS_OF_STONE, key=os.fsencode)
+        result = self.succeed("rdeps", texture)
+        self.assertEqual(result.out, b"".join(os.fsencode(user) + b"\n" for user in users))
+        self.assertEqual(self.succeed("rdeps", texture, "--json").json, users)
+        self.assertEqual(self.succeed("export").json["inverse"][texture], users)
+
+    def test_hash_in_a_name(self):
+        self.write("a#b.tga")
+        self.assertEqual(self.succeed("rdeps", "a#b.tga").lines, [])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,122 @@
+"""scan: its summary, its bar, and being interrupted."""
+
+import json
+import os
+import pty
+import select
+import signal
+import subprocess
+import time
+import unittest
+
+from support import ProjectCase, ordinary_signals, scene
+
+FILES = 1500
+REFERENCES = 600  # of each
+
+
+class Summary(ProjectCase):
+    def summary(self):
+        summary = self.succeed("scan", "--json").json
+        self.assertGreaterEqual(summary.pop("seconds"), 0)
+        return summary
+
+    def test_summary(self):
+        self.write_harbour()
+        first = {"files": 5, "regenerated": 2, "failed": 0, "removed": 0, "references": 3,
+                 "referrers": 2, "unreadableFolders": 0}
+        self.assertEqual(self.summary(), first)
+        self.assertEqual(self.summary(), {**first, "regenerated": 0})
+        (self.res / "props/barrel.scene").unlink()
+        self.write("levels/harbour.scene", scene("textures/stone.tga"))
+        self.assertEqual(self.summary(), {**first, "files": 4, "regenerated": 1, "removed": 1,
+                                          "references": 1, "referrers": 1})
+
+    def test_rows(self):
+        self.write_harbour()
+        rows = [line.split() for line in self.succeed("-q", "scan").lines]
+        self.assertEqual(rows[:5], [["files", "5"], ["regenerated", "2"], ["failed", "0"],
+                                    ["removed", "0"], ["references", "3"]])
+        self.assertEqual(rows[5][0], "seconds")
+
+    def test_a_broken_file_is_counted_and_named(self):
+        self.write_harbour()
+        self.write("broken.scene", b"<Scene><Ref></Scene>")
+        result = self.run_vxdep("scan", "--json")
+        self.assertEqual((result.code, result.json["failed"]), (0, 1))
+        self.assertIn("vxdep: warning: broken.scene", result.err)
+
+    def test_an_empty_tree(self):
+        self.assertEqual(self.summary()["files"], 0)
+
+
+class OnATerminal(ProjectCase):
+    """Runs vxdep with standard error on a terminal."""
+
+    def setUp(self):
+        super().setUp()
+        names = ["t/%d.tga" % number for number in range(REFERENCES)]
+        for name in names:
+            self.write(name)
+        for number in range(FILES):
+            self.write("s/%d.scene" % number, scene(*names))
+
+    def start(self, *arguments, prepare=ordinary_signals):
+        self.terminal, slave = pty.openpty()
+        self.addCleanup(os.close, self.terminal)
+        process = subprocess.Popen(
+            self.command(*arguments), cwd=self.root, stdout=subprocess.PIPE, stderr=slave,
+            env={**os.environ, "TERM": "xterm"}, preexec_fn=prepare)
+        os.close(slave)
+        self.addCleanup(process.stdout.close)
+        return process
+
+    def read_terminal(self, until=None):
+        """What the terminal gets, until a text stands there or the program has closed it."""
+        seen = b""
+        deadline = time.monotonic() + 120
+        while until is None or until not in seen:
+            ready, _, _ = select.select([self.terminal], [], [], deadline - time.monotonic())
+            self.assertTrue(ready, "nothing more on the terminal after %r" % seen[-200:])
+            try:
+                chunk = os.read(self.terminal, 65536)
+            except OSError:
+                chunk = b""
+            if not chunk:
+                break
+            seen += chunk
+        return seen
+
+    def interrupt(self, number):
+        process = self.start("scan")
+        self.assertIn(b" read", self.read_terminal(until=b" read"))
+        process.send_signal(number)
+        rest = self.read_terminal().split(b"\033[K")[-1]
+        self.assertEqual((process.wait(), process.stdout.read()), (1, b""))
+        self.assertTrue(rest.startswith(b"vxdep: interrupted: "), rest)
+        return rest
+
+    def test_interrupted_then_completed(self):
+        self.interrupt(signal.SIGINT)
+        self.interrupt(signal.SIGTERM)
+        process = self.start("-q", "scan", "--json")
+        self.assertEqual((self.read_terminal(), process.wait()), (b"", 0))
+        rest = json.loads(process.stdout.read())
+        self.assertLess(rest["regenerated"], FILES)
+        self.assertEqual(rest["references"], FILES * REFERENCES)
+        self.assertEqual(self.succeed("check").lines,
+                         ["%d files: all is in step" % (FILES + REFERENCES)])
+
+    def test_the_bar_and_a_signal_that_the_caller_ignores(self):
+        process = self.start(
+            "scan", prepare=lambda: signal.signal(signal.SIGINT, signal.SIG_IGN))
+        seen = self.read_terminal(until=b" read")
+        process.send_signal(signal.SIGINT)
+        seen += self.read_terminal()
+        self.assertEqual(process.wait(), 0)
+        self.assertRegex(seen, rb"\[#*-+\] +\d+ %  \d+ files, \d+ read")
+        self.assertTrue(seen.endswith(b"\r\033[K"), seen[-80:])
+
+
+if __name__ == "__main__":
+    unittest.main()

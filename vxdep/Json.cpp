@@ -1,0 +1,55 @@
+#include "vxdep/Json.h"
+
+#include <rapidjson/memorystream.h>
+
+namespace vxdep {
+
+namespace {
+
+void AppendEscape(std::string& out, unsigned code) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    out += "\\u";
+    for (int shift = 12; shift >= 0; shift -= 4) out += kDigits[code >> shift & 0xF];
+}
+
+void AppendCharacter(std::string& out, std::string_view character) {
+    const auto first = static_cast<unsigned char>(character.front());
+    if (first == '"' || first == '\\') {
+        (out += '\\') += character;
+    } else if (first < 0x20) {
+        AppendEscape(out, first);
+    } else {
+        out += character;
+    }
+}
+
+}  // namespace
+
+std::string JsonText(std::string_view bytes) {
+    std::string out = "\"";
+    while (!bytes.empty()) {
+        rapidjson::MemoryStream stream(bytes.data(), bytes.size());
+        unsigned codePoint = 0;
+        if (rapidjson::UTF8<>::Decode(stream, &codePoint)) {
+            AppendCharacter(out, bytes.substr(0, stream.Tell()));
+            bytes.remove_prefix(stream.Tell());
+        } else {
+            AppendEscape(out, 0xDC00U + static_cast<unsigned char>(bytes.front()));
+            bytes.remove_prefix(1);
+        }
+    }
+    return out += '"';
+}
+
+void WriteText(JsonWriter& writer, std::string_view bytes) {
+    const std::string text = JsonText(bytes);
+    writer.RawValue(text.data(), text.size(), rapidjson::kStringType);
+}
+
+void WriteArray(JsonWriter& writer, const std::vector<std::string>& list) {
+    writer.StartArray();
+    for (const std::string& entry : list) WriteText(writer, entry);
+    writer.EndArray();
+}
+
+}  // namespace vxdep
