@@ -1,0 +1,104 @@
+// Makes a project of small XML files that name one another and a set of textures, the same for the
+// same numbers: bench_tree DIR FILES REFERENCES
+//
+// References are skewed as in real projects: half of them go to the first hundredth of the
+// textures, so that a few textures have thousands of users and many have one.
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kFilesPerFolder = 100;
+
+struct Tree {
+    fs::path root;
+    std::int64_t files;
+    std::int64_t textures;
+    int references;
+};
+
+std::string FolderOf(std::int64_t index) {
+    const std::int64_t folder = index / kFilesPerFolder;
+    return "part" + std::to_string(folder / 100) + "/set" + std::to_string(folder % 100);
+}
+
+std::string SceneOf(std::int64_t index) {
+    return FolderOf(index) + "/scene" + std::to_string(index) + ".xml";
+}
+
+std::string TextureOf(std::int64_t index) {
+    return "textures/" + FolderOf(index) + "/tex" + std::to_string(index) + ".png";
+}
+
+void Write(const fs::path& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary);
+    out << text;
+    if (!out.flush()) {
+        std::fprintf(stderr, "%s: cannot be written\n", path.c_str());
+        std::exit(1);
+    }
+}
+
+template <class Name>
+void MakeFolders(const Tree& tree, std::int64_t count, Name name) {
+    for (std::int64_t i = 0; i < count; i += kFilesPerFolder) {
+        fs::create_directories((tree.root / "res" / name(i)).parent_path());
+    }
+}
+
+std::string SceneText(const Tree& tree, std::mt19937_64& random) {
+    std::string text = "<?xml version=\"1.0\"?>\n<scene>\n";
+    for (int i = 0; i < tree.references; ++i) {
+        const auto number = static_cast<std::int64_t>(random() >> 1);
+        if (i == 0) {
+            text += "  <include file=\"" + SceneOf(number % tree.files) + "\"/>\n";
+        } else {
+            const std::int64_t popular = tree.textures / 100 + 1;
+            const std::int64_t range = i % 2 == 0 ? popular : tree.textures;
+            text += "  <object id=\"o" + std::to_string(i) + "\" x=\"1.5\" y=\"-2\" texture=\"" +
+                    TextureOf(number % range) + "\"/>\n";
+        }
+    }
+    return text + "</scene>\n";
+}
+
+void MakeRules(const Tree& tree) {
+    const fs::path folder = tree.root / "builtin/res/builtin/dependency_config";
+    fs::create_directories(folder);
+    Write(folder / "xml_config.json",
+          "{\"xml\": {\"name_list\": [\n"
+          "  {\"element\": \"include\", \"attribute\": \"file\", \"strategy\": 2},\n"
+          "  {\"element\": \"object\", \"attribute\": \"texture\", \"strategy\": 2}\n"
+          "]}}\n");
+    Write(folder / "json_config.json", "{}\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 4) {
+        std::fprintf(stderr, "usage: bench_tree DIR FILES REFERENCES\n");
+        return 2;
+    }
+    const std::int64_t files = std::atoll(argv[2]);
+    const Tree tree{argv[1], files, files / 5 + 1, std::atoi(argv[3])};
+    MakeRules(tree);
+    MakeFolders(tree, tree.files, SceneOf);
+    MakeFolders(tree, tree.textures, TextureOf);
+    std::mt19937_64 random(1);
+    for (std::int64_t i = 0; i < tree.files; ++i) {
+        Write(tree.root / "res" / SceneOf(i), SceneText(tree, random));
+    }
+    for (std::int64_t i = 0; i < tree.textures; ++i) {
+        Write(tree.root / "res" / TextureOf(i), "\x89PNG " + std::to_string(i));
+    }
+    return 0;
+}
