@@ -1,12 +1,32 @@
 #include "vexa/common/FileService.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "vexa/io/PathText.h"
 
 namespace vexa {
 
+namespace {
+
+// Most texts are keys already; to see that costs a tenth of taking them apart.
+bool IsKey(std::string_view text) {
+    bool atStart = true;  // of a segment
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '\\' || c == '\0' || (atStart && (c == '/' || c == '.'))) return false;
+        atStart = c == '/';
+    }
+    return !atStart;
+}
+
+}  // namespace
+
 bool NormaliseKey(const std::string& text, std::string& key) {
+    if (IsKey(text)) {
+        key = text;
+        return true;
+    }
     std::string normal;
     const bool inside = vxio::ForEachSegment(text, [&](std::string_view segment) {
         if (segment != "..") {

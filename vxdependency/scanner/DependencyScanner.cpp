@@ -44,10 +44,10 @@ std::string WithSlashes(std::string path) {
     return path;
 }
 
+// The key of a walked path, which is the root and clean steps down from it.
 std::string KeyOf(const std::string& path) {
-    std::string key;
-    InterfaceBox::Instance().GetFileService().MakeRelative(path, key);
-    return key;
+    const std::size_t root = InterfaceBox::Instance().GetResourceRoot().size();
+    return path.size() <= root ? "" : WithSlashes(path.substr(root + 1));
 }
 
 // When the same files would be read differently than the store remembers, its answers are stale
@@ -231,12 +231,10 @@ void DependencyScanner::GetAllFiles(const std::string& directory, ScanWalk& walk
 // Links and folders that are not descended may lead anywhere.
 void DependencyScanner::Know(const std::string& path, unsigned attributes, ScanWalk& walk) {
     constexpr unsigned kElsewhere = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    const std::size_t root = InterfaceBox::Instance().GetResourceRoot().size();
-    const std::string key = WithSlashes(path.substr(root + 1));
     if (attributes & kElsewhere) {
-        walk.known.AddUnknown(key);
+        walk.known.AddUnknown(KeyOf(path));
     } else {
-        walk.known.Add(key);
+        walk.known.Add(KeyOf(path));
     }
 }
 

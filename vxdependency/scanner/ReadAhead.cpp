@@ -18,6 +18,7 @@ namespace {
 
 struct Slot {
     std::string key;
+    bool begun = false;  // by a worker or by the committer; guarded by the state's mutex
     std::atomic<bool> done{false};
     std::unique_ptr<vexa::FileReading> reading;  // the worker's until it is done
 };
@@ -26,6 +27,9 @@ using Slots = std::vector<std::shared_ptr<Slot>>;
 // Files are taken in handfuls, so that committer and worker meet at the lock and wait for one
 // another once for many files: waking a thread costs as much as reading a small file.
 constexpr std::size_t kHandful = 16;
+
+// A worker for a few files would end before it had begun.
+constexpr std::size_t kWorthAWorker = 64;
 
 unsigned WorkerCount() {
     static const unsigned count = std::max(std::thread::hardware_concurrency(), 2U) - 1;
@@ -59,15 +63,15 @@ struct ReadAhead::State {
     Slots Next() {
         const std::lock_guard lock(mutex);
         Slots slots;
-        if (stopped || waiting.empty()) {
-            --workers;
-            return slots;
+        while (!stopped && !waiting.empty() && slots.size() < kHandful) {
+            if (!std::exchange(waiting.front()->begun, true)) slots.push_back(waiting.front());
+            waiting.pop_front();
         }
-        ++busy;
-        const std::size_t count = std::min(kHandful, waiting.size());
-        const auto end = waiting.begin() + static_cast<std::ptrdiff_t>(count);
-        std::move(waiting.begin(), end, std::back_inserter(slots));
-        waiting.erase(waiting.begin(), end);
+        if (slots.empty()) {
+            --workers;
+        } else {
+            ++busy;
+        }
         return slots;
     }
 
@@ -111,8 +115,7 @@ void ReadAhead::Expect(const std::string& key) {
         const std::lock_guard lock(m_state->mutex);
         m_state->expected[key] = slot;
         m_state->waiting.push_back(std::move(slot));
-        // A worker for a few files would end before it had begun.
-        if (m_state->workers >= WorkerCount() || m_state->waiting.size() < kWindow / 2) return;
+        if (m_state->workers >= WorkerCount() || m_state->waiting.size() < kWorthAWorker) return;
         ++m_state->workers;
     }
     constexpr unsigned char kAnyWorker = 255;
@@ -126,14 +129,7 @@ std::unique_ptr<vexa::FileReading> ReadAhead::Take(const std::string& key) {
     if (found == m_state->expected.end()) return nullptr;
     const std::shared_ptr<Slot> slot = std::move(found->second);
     m_state->expected.erase(found);
-
-    // The committer's next file stands first or was taken; only skipped ones may stand before it.
-    std::deque<std::shared_ptr<Slot>>& waiting = m_state->waiting;
-    const auto place = std::find(waiting.begin(), waiting.end(), slot);
-    if (place != waiting.end()) {
-        waiting.erase(place);
-        return nullptr;
-    }
+    if (!std::exchange(slot->begun, true)) return nullptr;
     const auto isDone = [&slot] { return slot->done.load(std::memory_order_acquire); };
     if (!isDone()) m_state->changed.wait(lock, isDone);
     return std::move(slot->reading);

@@ -26,8 +26,9 @@ public:
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
 
-    // As many files as should be expected beyond the one that is being committed.
-    static constexpr std::size_t kWindow = 256;
+    // As many files as should be expected beyond the one that is being committed: enough to keep
+    // the workers busy while the committer flushes.
+    static constexpr std::size_t kWindow = 8192;
 
     // Says that this file (a key) will be asked for, after those said before.
     void Expect(const std::string& key);
