@@ -1,0 +1,27 @@
+# What an installation must hold. The library would also find the rules of the tree that it was built
+# in, so that they are installed shows nowhere else.
+set(INCLUDE ${PREFIX}/include)
+foreach(family xml json)
+  set(rules share/vxdependency/builtin/res/builtin/dependency_config/${family}_config.json)
+  if(NOT EXISTS ${PREFIX}/${rules})
+    message(SEND_ERROR "${rules} is not installed")
+  endif()
+endforeach()
+
+# Headers include one another, the standard library, Boost.Filesystem and Lua, no more.
+file(GLOB_RECURSE headers RELATIVE ${INCLUDE} ${INCLUDE}/*.h)
+if(NOT headers)
+  message(FATAL_ERROR "no headers in ${INCLUDE}")
+endif()
+foreach(header IN LISTS headers)
+  file(STRINGS ${INCLUDE}/${header} includes REGEX "^ *# *include")
+  foreach(line IN LISTS includes)
+    if(line MATCHES "\"(.*)\"")
+      if(NOT EXISTS ${INCLUDE}/${CMAKE_MATCH_1})
+        message(SEND_ERROR "${header} includes ${CMAKE_MATCH_1}, which is not installed")
+      endif()
+    elseif(NOT line MATCHES "<([a-z_]+|boost/filesystem.*|lua\\.h(pp)?)>")
+      message(SEND_ERROR "${header} needs another library: ${line}")
+    endif()
+  endforeach()
+endforeach()
