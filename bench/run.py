@@ -14,23 +14,39 @@ import shutil
 import statistics
 import subprocess
 import sys
+import threading
 import time
 
 
 class Run:
-    """One measured command: its wall time in seconds and its peak memory in bytes."""
+    """One measured command: its wall time in seconds and its peak memory in bytes, the pages of
+    mapped files (as the database's) left out."""
 
     def __init__(self, command, cwd):
         start = time.perf_counter()
         child = subprocess.Popen(command, cwd=cwd, stdout=subprocess.DEVNULL,
                                  stderr=subprocess.PIPE)
+        watch = threading.Thread(target=self.watch_memory, args=(child.pid,))
+        self.peak = 0
+        watch.start()
         errors = child.stderr.read()
-        _, status, usage = os.wait4(child.pid, 0)
+        child.wait()
         self.seconds = time.perf_counter() - start
-        self.peak = usage.ru_maxrss * 1024
-        child.returncode = os.waitstatus_to_exitcode(status)
+        watch.join()
         if child.returncode != 0:
             sys.exit(f"{' '.join(command)}: exit status {child.returncode}\n{errors.decode()}")
+
+    def watch_memory(self, process):
+        try:
+            while True:
+                with open(f"/proc/{process}/status", encoding="utf-8") as status:
+                    lines = [line for line in status if line.startswith("RssAnon:")]
+                if not lines:
+                    return  # it has ended
+                self.peak = max(self.peak, int(lines[0].split()[1]) * 1024)
+                time.sleep(0.01)
+        except OSError:
+            return
 
 
 def median(command, cwd, repeat, before=lambda: None):
@@ -39,11 +55,6 @@ def median(command, cwd, repeat, before=lambda: None):
         before()
         runs.append(Run(command, cwd))
     return statistics.median(r.seconds for r in runs), max(r.peak for r in runs)
-
-
-def resident_memory_of(vxdep, project):
-    """What the program holds before it has anything to scan, the database's map left out."""
-    return Run([vxdep, "--version"], project).peak
 
 
 def measure(options):
@@ -70,7 +81,7 @@ def measure(options):
     rows["rdeps"] = timed([vxdep, "-C", project, "rdeps", resource])
     rows["export"] = timed([vxdep, "-C", project, "export"])
     store = os.path.getsize(os.path.join(project, "temp/gen_dep/data.mdb"))
-    return files, store, rows, resident_memory_of(vxdep, project)
+    return files, store, rows
 
 
 COMPARISONS = [
@@ -80,7 +91,7 @@ COMPARISONS = [
 ]
 
 
-def table(files, store, rows, base_memory):
+def table(files, store, rows):
     lines = [f"{'work':<34}{'seconds':>9}  {'against':<20}{'seconds':>9}{'ratio':>9}{'aim':>7}"]
     for work, label, against, against_label, aim in COMPARISONS:
         ours, theirs = rows[work][0], rows[against][0]
@@ -88,9 +99,8 @@ def table(files, store, rows, base_memory):
                      f"{ours / theirs:>9.3f}{aim:>7}")
     lines.append(f"{'export of the whole graph':<34}{rows['export'][0]:>9.3f}")
     for work in ("cold", "warm"):
-        # Pages of the map that the kernel counts are the database's; they go when others need them.
-        peak = rows[work][1] - base_memory
-        lines.append(f"peak memory of a {work} scan: {peak / 2**20:.0f} MB beyond the start, "
+        peak = rows[work][1]
+        lines.append(f"peak memory of a {work} scan: {peak / 2**20:.0f} MB, "
                      f"{peak / files:.0f} bytes a file (the store has {store / 2**20:.0f} MB)")
     return "\n".join(lines)
 
@@ -104,12 +114,12 @@ def main():
     parser.add_argument("name")
     parser.add_argument("extensions", nargs="+")
     options = parser.parse_args()
-    files, store, rows, base_memory = measure(options)
+    files, store, rows = measure(options)
     print(f"{options.project}: {files} files")
-    print(table(files, store, rows, base_memory))
+    print(table(files, store, rows))
     if options.json:
         with open(options.json, "w", encoding="utf-8") as out:
-            json.dump({"files": files, "store": store, "base_memory": base_memory,
+            json.dump({"files": files, "store": store,
                        "seconds": {k: v[0] for k, v in rows.items()},
                        "peak": {k: v[1] for k, v in rows.items()}}, out, indent=1)
 

@@ -30,8 +30,7 @@ struct FileLook {
 
 // What reading a file gave, before anything of it is stored.
 struct FileReading {
-    std::vector<std::string> dependencies;
-    std::vector<std::string> secondList;
+    std::vector<std::string> list;  // as it is to be stored
     bool readable = false;
 };
 
@@ -166,7 +165,7 @@ public:
 private:
     bool KeyOf(const std::string& path, std::string& key);
     bool IsUpToDate(const std::string& key);
-    List StoredForm(const std::string& key, const FileReading& reading);
+    void AppendStoredForm(const std::string& key, const List& entries, List& out);
     void StoreList(const std::string& key, const std::string& oldKey, bool renamed,
                    const List& list);
     void StoreState(const std::string& key, const FileLook& look, const GenerationResult& result);

@@ -86,42 +86,38 @@ bool CDependencyManager::IsUpToDate(const std::string& key) {
     return entry.writeTimeNs == look.state.writeTimeNs && entry.size == look.state.size;
 }
 
+// Appends the entries of a list as they are stored: as keys where they name something below the
+// resource root, without what a "#"-separated list cannot hold.
+void CDependencyManager::AppendStoredForm(const std::string& key, const List& entries, List& out) {
+    for (const std::string& entry : entries) {
+        std::string stored;
+        if (!Files().KeyOfReference(entry, stored)) stored = entry;
+        for (char& c : stored) c = c == '\\' ? '/' : c;
+        if (HoldsSeparator(stored)) {
+            LogWarning("%s: the reference to %s is left out: a name with \"#\" cannot be kept",
+                       key.c_str(), stored.c_str());
+        } else if (!stored.empty()) {
+            out.push_back(std::move(stored));
+        }
+    }
+}
+
 std::unique_ptr<FileReading> CDependencyManager::ReadReferences(const std::string& key) {
     CDependencyBase* const generator = GetDependencyGenerator(key);
     if (!generator) return nullptr;
+    List dependencies;
+    List secondList;
     auto reading = std::make_unique<FileReading>();
-    reading->readable = generator->GenerateDependency(GeneratorForm(key), reading->dependencies,
-                                                      reading->secondList);
-    MakeVectorUnique(reading->dependencies);
-    MakeVectorUnique(reading->secondList);
-    return reading;
-}
-
-// The list as it is stored: keys where the entries name something below the resource root, without
-// what a "#"-separated list cannot hold, each entry once.
-CDependencyManager::List CDependencyManager::StoredForm(const std::string& key,
-                                                        const FileReading& reading) {
-    List output;
-    for (const List* list : {&reading.dependencies, &reading.secondList}) {
-        for (const std::string& entry : *list) {
-            std::string stored;
-            if (!Files().KeyOfReference(entry, stored)) stored = entry;
-            for (char& c : stored) c = c == '\\' ? '/' : c;
-            if (HoldsSeparator(stored)) {
-                LogWarning("%s: the reference to %s is left out: a name with \"#\" cannot be kept",
-                           key.c_str(), stored.c_str());
-            } else if (!stored.empty()) {
-                output.push_back(std::move(stored));
-            }
-        }
-    }
-    MakeVectorUnique(output);
-    if (HoldsSeparator(key) && !output.empty()) {
+    reading->readable = generator->GenerateDependency(GeneratorForm(key), dependencies, secondList);
+    AppendStoredForm(key, dependencies, reading->list);
+    AppendStoredForm(key, secondList, reading->list);
+    MakeVectorUnique(reading->list);
+    if (HoldsSeparator(key) && !reading->list.empty()) {
         LogWarning("%s: its references are left out: a name with \"#\" cannot be kept",
                    key.c_str());
-        output.clear();
+        reading->list.clear();
     }
-    return output;
+    return reading;
 }
 
 void CDependencyManager::StoreList(const std::string& key, const std::string& oldKey, bool renamed,
@@ -171,9 +167,9 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     // The look before reading is what is kept: a file written meanwhile is then read again.
     const FileLook before = look ? *look : LookAt(Files().AbsolutePath(key));
     if (!reading) reading = ReadReferences(key);
-    result.dependencies = StoredForm(key, *reading);
     result.generated = true;
     result.failed = !reading->readable;
+    result.dependencies = std::move(reading->list);
     StoreList(key, oldKey, !second.empty(), result.dependencies);
     StoreState(key, before, result);
     return result;

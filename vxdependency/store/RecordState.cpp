@@ -2,16 +2,34 @@
 
 #include <cstdint>
 #include <cstring>
+#include <mutex>
+#include <unordered_set>
 
 #include "vexa/common/Log.h"
 
 namespace vexa::vxdependency {
+
+namespace {
+
+// Whether a record is met for the first time in the life of the process. The export of a large
+// graph meets the same ones again and again.
+bool IsNews(const std::string& name) {
+    static std::mutex guard;
+    static auto* const met = new std::unordered_set<std::string>();  // threads outlive statics
+    const std::lock_guard lock(guard);
+    return met->insert(name).second;
+}
+
+}  // namespace
+
 std::string ListText(std::string stored, const std::string& name) {
     if (EntryList::IsList(stored)) return stored;
-    LogError(
-        "dependency store: the value of %s is no list, as it does not end in \"#\"; it counts "
-        "as empty",
-        name.c_str());
+    if (IsNews(name)) {
+        LogError(
+            "dependency store: the value of %s is no list, as it does not end in \"#\"; it counts "
+            "as empty",
+            name.c_str());
+    }
     return {};
 }
 
