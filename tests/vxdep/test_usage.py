@@ -1,6 +1,8 @@
 """Wrong usage, projects that cannot be opened, and standard streams that go away."""
 
 import os
+import pathlib
+import shutil
 import subprocess
 import unittest
 
@@ -50,11 +52,23 @@ class Usage(ProjectCase):
     def test_builtin(self):
         self.write_harbour()
         (self.root / "builtin").rename(self.base / "package")
-        self.refuse("scan", says=["no built-in package", str(self.root), "--builtin DIR"],
-                    env={"PATH": os.environ["PATH"]})
+        self.refuse_without_builtin()
         result = self.succeed("-C", "project", "--builtin", "package", "scan", "--json",
                               cwd=self.base)
         self.assertEqual(result.json["references"], 3)
+
+    def refuse_without_builtin(self):
+        """Runs a copy of the program, which does not find the package of the tree it was built in."""
+        elsewhere = self.base / "elsewhere"
+        elsewhere.mkdir()
+        libraries = pathlib.Path(VXDEP).parent.parent / "vxdependency"
+        for file in [VXDEP, *libraries.glob("libvxdependency.so*")]:
+            shutil.copy(file, elsewhere)
+        result = subprocess.run([elsewhere / "vxdep", "scan"], cwd=self.root, capture_output=True,
+                                env={"LD_LIBRARY_PATH": str(elsewhere)}, check=False)
+        self.assertEqual((result.returncode, result.stdout), (1, b""))
+        for text in ("no built-in package", str(self.root), "--builtin DIR"):
+            self.assertIn(text, result.stderr.decode())
 
     def test_wrong_configuration(self):
         self.write_harbour()

@@ -23,6 +23,16 @@ void CreateGenerators() {
     Configuration::Locate().CreateGenerators();
 }
 
+// Scanners outlive their managers: their threads cannot be joined. The list is where a further
+// manager's scanner stays known after the manager went.
+DependencyScanner* KeptForEver(DependencyScanner* scanner) {
+    static std::mutex guard;
+    static auto* const scanners = new std::vector<DependencyScanner*>();
+    const std::lock_guard lock(guard);
+    scanners->push_back(scanner);
+    return scanner;
+}
+
 }  // namespace
 
 CDependencyManager* CDependencyManager::GetSingletonPtr() {
@@ -48,7 +58,7 @@ CDependencyManager::CDependencyManager() {
         m_startError = missing + ": there is no such configuration file";
         return;
     }
-    m_scanner = new DependencyScanner();
+    m_scanner = KeptForEver(new DependencyScanner());
 }
 
 CDependencyManager::~CDependencyManager() {
