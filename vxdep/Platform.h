@@ -7,10 +7,6 @@ namespace vxdep {
 // stream that the caller closed, and that a reader that goes away shows as a failed write.
 void PrepareStandardStreams();
 
-// To be called before other threads are begun. Keeps what was freed for the next file instead of
-// giving it back to the system, which a scan would pay for with a tenth of its time.
-void KeepFreedMemory();
-
 // True when standard error is a terminal that can overwrite a line.
 bool StandardErrorIsTerminal();
 

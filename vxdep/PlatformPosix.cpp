@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <malloc.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -29,15 +28,6 @@ void PrepareStandardStreams() {
         const int flags = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
         if (open("/dev/null", flags) == -1) std::abort();
     }
-}
-
-void KeepFreedMemory() {
-    constexpr int kMegabyte = 1 << 20;
-    mallopt(M_TRIM_THRESHOLD, 256 * kMegabyte);
-    mallopt(M_MMAP_THRESHOLD, 64 * kMegabyte);
-    mallopt(M_TOP_PAD, 16 * kMegabyte);
-    // Arenas of their own grow by a few pages, a system call each.
-    mallopt(M_ARENA_MAX, 1);
 }
 
 bool StandardErrorIsTerminal() {

@@ -7,7 +7,6 @@
 
 int main(int argc, char** argv) {
     vxdep::PrepareStandardStreams();
-    vxdep::KeepFreedMemory();
     vxdep::ExitCode code = vxdep::ExitCode::Failed;
     try {
         code = vxdep::RunCommandLine(argc, argv);
