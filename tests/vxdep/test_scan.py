@@ -3,6 +3,7 @@
 import json
 import os
 import pty
+import resource
 import select
 import signal
 import subprocess
@@ -11,7 +12,7 @@ import unittest
 
 from support import ProjectCase, ordinary_signals, scene
 
-FILES = 1500
+FILES = 2500
 REFERENCES = 600  # of each
 
 
@@ -45,6 +46,24 @@ class Summary(ProjectCase):
         result = self.run_vxdep("scan", "--json")
         self.assertEqual((result.code, result.json["failed"]), (0, 1))
         self.assertIn("vxdep: warning: broken.scene", result.err)
+
+    def test_a_full_disk_fails_the_scan_and_leaves_the_store_sound(self):
+        names = ["textures/%d.tga" % number for number in range(400)]
+        for name in names:
+            self.write(name)
+        for number in range(400):
+            self.write("s/%d.scene" % number, scene(*names[number % 40::40]))
+
+        def with_little_room():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100_000, 100_000))
+
+        full = subprocess.run(self.command("scan"), cwd=self.root, capture_output=True, check=False,
+                              preexec_fn=with_little_room)
+        self.assertEqual((full.returncode, full.stdout), (1, b""))
+        self.assertIn("the scan was not completed", full.stderr.decode())
+        self.assertIn("temp/gen_dep", full.stderr.decode())
+        self.assertEqual(self.summary()["references"], 4000)
 
     def test_an_empty_tree(self):
         self.assertEqual(self.summary()["files"], 0)
@@ -98,6 +117,8 @@ class OnATerminal(ProjectCase):
 
     def test_interrupted_then_completed(self):
         self.interrupt(signal.SIGINT)
+        for path in (self.res / "s").iterdir():
+            os.utime(path)  # all is to be read again, so that there is something to interrupt
         self.interrupt(signal.SIGTERM)
         process = self.start("-q", "scan", "--json")
         self.assertEqual((self.read_terminal(), process.wait()), (b"", 0))

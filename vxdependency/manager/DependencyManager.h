@@ -120,10 +120,10 @@ public:
 
     // Drops a file's records: its forward list, its entries in inverse lists and its stamp; for a
     // folder, those of all files known below it. The files that refer to it are read again; nothing
-    // on disk changes. False when the path has no key.
+    // on disk changes. False when the path has no key, or the store cannot be written.
     bool Remove(const std::string& path);
     // The same for files that are known to be files, by their keys.
-    void Forget(const List& keys);
+    bool Forget(const List& keys);
 
     // --- paths ---
 

@@ -285,8 +285,8 @@ void CDependencyManager::RemoveFile(const std::string& key) {
     Store().EraseFile(key);
 }
 
-void CDependencyManager::Forget(const List& keys) {
-    const vxdependency::StoreBatch batch(&Store());
+bool CDependencyManager::Forget(const List& keys) {
+    vxdependency::StoreBatch batch(&Store());
     UniqueList dependents;
     for (const std::string& key : keys) {
         const std::lock_guard lock(ManagerMutex());
@@ -295,13 +295,14 @@ void CDependencyManager::Forget(const List& keys) {
         Store().GetInverseDependency(key, list);
         for (std::string& dependent : list) dependents.Add(std::move(dependent));
         RemoveFile(key);
-        Store().BatchCheckpoint();
+        if (!Store().BatchCheckpoint()) return false;
     }
     const std::unordered_set<std::string> gone(keys.begin(), keys.end());
     for (const std::string& dependent : dependents.Get()) {
         if (gone.count(dependent) == 0) Regenerate(dependent, "");
-        Store().BatchCheckpoint();
+        if (!Store().BatchCheckpoint()) return false;
     }
+    return batch.End();
 }
 
 bool CDependencyManager::Remove(const std::string& path) {
@@ -312,8 +313,7 @@ bool CDependencyManager::Remove(const std::string& path) {
         keys.emplace_back(file);
         return true;
     });
-    Forget(keys);
-    return true;
+    return Forget(keys);
 }
 
 }  // namespace vexa

@@ -276,7 +276,7 @@ bool DependencyScanner::ReadFiles(ScanWalk& walk) {
     walk.ahead = std::make_unique<ReadAhead>(walk.known, *m_gate);
     bool complete = ScanBuckets(walk);
     walk.ahead.reset();
-    if (complete) Finish(walk);
+    complete = complete && Finish(walk);
     if (!batch.End()) {
         walk.statistics.error = Store().GetWriteError();
         complete = false;
@@ -395,10 +395,14 @@ void DependencyScanner::TellWaitingFile(FileInfoData& record) {
 }
 
 // Forgets the files that are gone, now that those which named them are up to date.
-void DependencyScanner::Finish(ScanWalk& walk) {
+bool DependencyScanner::Finish(ScanWalk& walk) {
     const vexa::StepGate::Pass pass(*m_gate);
-    CDependencyManager::GetSingletonPtr()->Forget(walk.vanished);
+    if (!CDependencyManager::GetSingletonPtr()->Forget(walk.vanished)) {
+        walk.statistics.error = Store().GetWriteError();
+        return false;
+    }
     walk.statistics.removed = static_cast<std::int64_t>(walk.vanished.size());
     if (walk.newFiles) WarnOfCollisions();
     Store().SetMeta("last_scan", std::to_string(vexa::os::UnixTimeMs()));
+    return true;
 }

@@ -91,7 +91,7 @@ private:
     bool NeedsReading(const FileInfoData& record);
     void ReadFile(const FileInfoData& record, ScanWalk& walk);
     void TellWaitingFile(FileInfoData& record);
-    void Finish(ScanWalk& walk);
+    bool Finish(ScanWalk& walk);
     void Publish(const ScanWalk& walk);
 
     std::unordered_map<std::string, std::vector<FileInfoData>> m_buckets;
