@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <utility>
 
 #include "vexa/common/Log.h"
 #include "vxdep/Commands.h"
@@ -10,16 +11,32 @@ namespace vxdep {
 
 namespace {
 
-using vexa::vxdependency::Direction;
 using vexa::vxdependency::GraphReader;
 
-void WriteEdges(JsonWriter& writer, const GraphReader& reader, Direction direction) {
+// Both directions are of one state of the store, whoever writes to it meanwhile.
+void WriteGraph(JsonWriter& writer) {
+    const auto writeEdges = [&writer](const std::string& key,
+                                      const std::vector<std::string>& edges) {
+        WriteText(writer, key);
+        WriteArray(writer, edges);
+    };
+    bool inverse = false;
+    const auto beginInverse = [&] {
+        if (std::exchange(inverse, true)) return;
+        writer.EndObject();
+        writer.Key("inverse");
+        writer.StartObject();
+    };
     writer.StartObject();
-    reader.ForEach(direction,
-                   [&writer](const std::string& key, const std::vector<std::string>& edges) {
-                       WriteText(writer, key);
-                       WriteArray(writer, edges);
-                   });
+    writer.Key("forward");
+    writer.StartObject();
+    GraphReader(&Project::Store())
+        .ForEach(writeEdges, [&](const std::string& key, const std::vector<std::string>& edges) {
+            beginInverse();
+            writeEdges(key, edges);
+        });
+    beginInverse();  // also when there are no edges
+    writer.EndObject();
     writer.EndObject();
 }
 
@@ -27,16 +44,10 @@ ExitCode Export(const GlobalOptions& options) {
     const Project project(options);
     project.Open();
     Project::WarnIfNeverScanned();
-    const GraphReader reader(&Project::Store());
     Output output;
     JsonWriter writer(output);
     writer.SetIndent(' ', 1);
-    writer.StartObject();
-    writer.Key("forward");
-    WriteEdges(writer, reader, Direction::Forward);
-    writer.Key("inverse");
-    WriteEdges(writer, reader, Direction::Inverse);
-    writer.EndObject();
+    WriteGraph(writer);
     output.Put('\n');
     output.Finish();
     return ExitCode::Done;

@@ -31,8 +31,9 @@ std::vector<std::string> GraphReader::Reachable(const std::string& key, Directio
     return sorted;
 }
 
-void GraphReader::ForEach(Direction direction, const Visit& visit) const {
-    const WholeGraph graph(*m_store, direction);
+namespace {
+
+void VisitEdges(const WholeGraph& graph, const GraphReader::Visit& visit) {
     const std::vector<WholeGraph::Edge>& edges = graph.Edges();
     std::vector<std::string> ends;
     for (std::size_t i = 0; i < edges.size(); ++i) {
@@ -42,6 +43,19 @@ void GraphReader::ForEach(Direction direction, const Visit& visit) const {
         visit(graph.NameOf(from), ends);
         ends.clear();
     }
+}
+
+}  // namespace
+
+void GraphReader::ForEach(Direction direction, const Visit& visit) const {
+    VisitEdges(WholeGraph(*m_store, direction), visit);
+}
+
+void GraphReader::ForEach(const Visit& forward, const Visit& inverse) const {
+    WholeGraph graph(*m_store, Direction::Forward);
+    VisitEdges(graph, forward);
+    graph.Transpose();
+    VisitEdges(graph, inverse);
 }
 
 std::map<std::string, std::size_t> GraphReader::Popularity() const {

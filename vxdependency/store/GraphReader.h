@@ -35,6 +35,8 @@ public:
     using Visit =
         std::function<void(const std::string& key, const std::vector<std::string>& edges)>;
     void ForEach(Direction direction, const Visit& visit) const;
+    // Both directions of one state: all of the forward one, then all of the inverse one.
+    void ForEach(const Visit& forward, const Visit& inverse) const;
 
     // The number of edges into each resource that has any.
     std::map<std::string, std::size_t> Popularity() const;

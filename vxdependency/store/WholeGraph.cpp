@@ -23,6 +23,11 @@ WholeGraph::WholeGraph(GeneralDependency& store, Direction direction) {
     SortNodes();
 }
 
+void WholeGraph::Transpose() {
+    for (auto& [from, to] : m_edges) std::swap(from, to);
+    std::sort(m_edges.begin(), m_edges.end());
+}
+
 void WholeGraph::ReadLists(GeneralDependency& store, Direction direction) {
     const EdgeReader reader(store.Database());
     reader.ForEachFile([this](std::string_view key) { NodeOf(key); });

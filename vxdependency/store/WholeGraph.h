@@ -24,6 +24,9 @@ public:
     // Edges run from the node whose list in `direction` it is; sorted.
     WholeGraph(GeneralDependency& store, Direction direction);
 
+    // Turns every edge around.
+    void Transpose();
+
     const std::vector<Edge>& Edges() const { return m_edges; }
     const std::string& NameOf(Node node) const { return *m_names[node]; }
 
