@@ -7,6 +7,7 @@
 #include "vexa/io/Path.h"
 #include "vxdependency/generators/GeneratorConfig.h"
 #include "vxdependency/generators/ReferenceCollector.h"
+#include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
 
 namespace vexa {
@@ -31,6 +32,13 @@ struct Level {
     std::size_t count;
     std::size_t next = 0;
 };
+
+ReferencePlace PlaceOf(const XmlDoc& node, const std::string& attribute) {
+    std::string element;
+    node.GetName(element, kHere);
+    const std::size_t offset = node.GetAttributeOffset(kHere, attribute);
+    return {offset, node.LineOf(offset), element + " " + attribute};
+}
 
 void LogUnreadable(const std::string& key, const XmlDoc& document) {
     if (InterfaceBox::Instance().GetFileService().GetState(key).exists) {
@@ -72,8 +80,9 @@ bool CDependencyXML::GenerateDependency(const std::string& file, List& dependenc
     CollectCompanions(key, dependencies, secondList);
     WalkReferences(key, document,
                    [&](const std::string& from, const std::string& text, std::int32_t strategy,
-                       const XmlDoc&, const std::string&) {
-                       CollectReference(from, text, strategy, dependencies, secondList);
+                       const XmlDoc& node, const std::string& attribute) {
+                       const ReferenceSite site([&] { return PlaceOf(node, attribute); });
+                       CollectReference(from, text, strategy, site, dependencies, secondList);
                    });
     CDependencyManager* const manager = CDependencyManager::GetSingletonPtr();
     manager->MakeVectorUnique(dependencies);
@@ -89,7 +98,10 @@ void CDependencyXML::CollectCompanions(const std::string& key, List& dependencie
     for (const Rule& rule : *rules) {
         const std::string companion = stem + rule.attribute;
         if (InterfaceBox::Instance().GetFileService().FileExists(companion)) {
-            CollectReference(key, companion, rule.data.strategy, dependencies, secondList);
+            const ReferenceSite site([&] { return ReferencePlace{0, 0, "companion file"}; });
+            CollectReference(key, companion, rule.data.strategy, site, dependencies, secondList);
+        } else {
+            ReportAbsent(companion);
         }
     }
 }

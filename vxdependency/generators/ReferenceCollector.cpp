@@ -5,36 +5,54 @@
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/os/WindowsApi.h"
+#include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/rename/FileNameProcessor.h"
 
 namespace vexa {
 
 namespace {
 
-// The keys that candidates name. Two candidates often are two spellings of one key, and most
+IFileService& Files() {
+    return InterfaceBox::Instance().GetFileService();
+}
+
+// The resources that candidates name. Two candidates often are two spellings of one key, and most
 // attribute values are no path at all: each key costs one look at the disk, not one per spelling.
-std::vector<std::string> KeysOf(const std::vector<std::string>& candidates) {
-    IFileService& files = InterfaceBox::Instance().GetFileService();
-    std::vector<std::string> keys;
-    for (const std::string& candidate : candidates) {
+std::vector<ReferenceCandidate> Resolve(const NameReadings& readings) {
+    std::vector<ReferenceCandidate> candidates;
+    for (std::size_t i = 0; i < readings.paths.size(); ++i) {
         std::string key;
-        if (!files.KeyOfReference(candidate, key) || key.empty() || key.size() > MAX_PATH) continue;
-        if (std::find(keys.begin(), keys.end(), key) == keys.end()) keys.push_back(std::move(key));
+        if (!Files().KeyOfReference(readings.paths[i], key) || key.empty()) continue;
+        if (key.size() > MAX_PATH) continue;
+        const bool known = std::ranges::any_of(
+            candidates, [&key](const ReferenceCandidate& other) { return other.key == key; });
+        if (known) continue;
+        const bool exists = Files().FileExists(key);
+        candidates.push_back({std::move(key), readings.strategies[i], exists});
     }
-    return keys;
+    return candidates;
 }
 
 }  // namespace
 
 void CollectReference(const std::string& file, const std::string& text, std::int32_t mask,
-                      std::vector<std::string>& dependencies,
+                      const IReferenceSite& site, std::vector<std::string>& dependencies,
                       std::vector<std::string>& secondList) {
-    auto [candidates, bound] = FileNameProcessor::Execute(file, text, mask, PathGoal::All);
-    IFileService& files = InterfaceBox::Instance().GetFileService();
-    for (std::string& key : KeysOf(candidates)) {
-        if (files.FileExists(key)) dependencies.push_back(std::move(key));
+    NameReadings readings = FileNameProcessor::Read(file, text, mask);
+    std::vector<ReferenceCandidate> candidates = Resolve(readings);
+    ReportReference({file, text, candidates, readings.companions, site});
+    for (ReferenceCandidate& candidate : candidates) {
+        if (candidate.exists) dependencies.push_back(std::move(candidate.key));
     }
-    std::move(bound.begin(), bound.end(), std::back_inserter(secondList));
+    std::ranges::move(readings.companions, std::back_inserter(secondList));
+}
+
+bool ReportPath(const std::string& file, const std::string& text, const std::string& path,
+                const IReferenceSite& site) {
+    const NameReadings readings{{path}, {0}, {}};
+    const std::vector<ReferenceCandidate> candidates = Resolve(readings);
+    ReportReference({file, text, candidates, {}, site});
+    return !candidates.empty() && candidates.front().exists;
 }
 
 }  // namespace vexa

@@ -10,6 +10,7 @@
 #include "vexa/os/FindFiles.h"
 #include "vexa/os/WindowsApi.h"
 #include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/manager/ManagerMutex.h"
 #include "vxdependency/store/GeneralDependency.h"
@@ -264,7 +265,11 @@ void CDependencyManager::BindingFiles(const std::string& path, bool isExplicit, 
                                      : generator->GetImplicitBindingFiles(file);
     for (const std::string& suffix : suffixes) {
         std::string bound = vxio::GetStem(key) + suffix;
-        if (Files().FileExists(bound)) out.push_back(std::move(bound));
+        if (Files().FileExists(bound)) {
+            out.push_back(std::move(bound));
+        } else {
+            ReportAbsent(bound);
+        }
     }
 }
 

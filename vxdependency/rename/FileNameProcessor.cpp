@@ -24,16 +24,28 @@ constexpr std::pair<FNStrategyType, strategies::Strategy> s_process_map[] = {
 
 }  // namespace
 
-std::pair<FileNameProcessor::List, FileNameProcessor::List> FileNameProcessor::Execute(
-    const std::string& file, const std::string& text, int mask, PathGoal goal) {
+NameReadings FileNameProcessor::Read(const std::string& file, const std::string& text, int mask) {
     strategies::Found found;
+    NameReadings readings;
     std::string name = text;
     for (const auto& [key, strategy] : s_process_map) {
-        if ((mask & static_cast<int>(key)) != 0) strategy(file, name, found);
+        const int bit = static_cast<int>(key);
+        if ((mask & bit) == 0) continue;
+        strategy(file, name, found);
+        readings.strategies.resize(found.paths.size(), bit);
     }
-    if (goal == PathGoal::WorkingName) found.paths.clear();
-    found.paths.push_back(std::move(name));
-    return {std::move(found.paths), std::move(found.companions)};
+    readings.paths = std::move(found.paths);
+    readings.companions = std::move(found.companions);
+    readings.paths.push_back(std::move(name));
+    readings.strategies.push_back(0);
+    return readings;
+}
+
+std::pair<FileNameProcessor::List, FileNameProcessor::List> FileNameProcessor::Execute(
+    const std::string& file, const std::string& text, int mask, PathGoal goal) {
+    NameReadings readings = Read(file, text, mask);
+    if (goal == PathGoal::WorkingName) readings.paths = {std::move(readings.paths.back())};
+    return {std::move(readings.paths), std::move(readings.companions)};
 }
 
 }  // namespace vexa

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +24,13 @@ enum class FNStrategyType : int {
 
 enum class PathGoal : int { All = 0, WorkingName = 1 };
 
+// How a reference's text can be read.
+struct NameReadings {
+    std::vector<std::string> paths;        // candidates, the working name last
+    std::vector<std::int32_t> strategies;  // for each, the one that yielded it; 0: the text itself
+    std::vector<std::string> companions;   // existing files that come with the named resource
+};
+
 // Turns the text of a reference into the resource paths that it stands for. No state; any thread.
 class VX_API FileNameProcessor {
 public:
@@ -40,6 +48,10 @@ public:
     // and 0x400 may cause.
     static std::pair<List, List> Execute(const std::string& file, const std::string& text, int mask,
                                          PathGoal goal);
+
+    // The same, telling which strategy yielded which candidate. What was looked for beside the
+    // named resource and is not there is reported to the thread's reference observer.
+    static NameReadings Read(const std::string& file, const std::string& text, int mask);
 
     // True for one line of at most 260 characters without control characters, that is no URL, no
     // "data:" text and no number, and has a separator or an extension of 1 to 16 letters and digits

@@ -6,6 +6,7 @@
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/io/Path.h"
 #include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/rename/FileNameProcessor.h"
 
@@ -91,6 +92,7 @@ bool TakeExistingExtension(std::string& path) {
         path = std::move(other);
         return true;
     }
+    if (RootedKey(path, key)) ReportAbsent(ImageFamily(key));
     return false;
 }
 
@@ -114,12 +116,14 @@ public:
     void AddNamed(const std::string& key, Found& found) const {
         CDependencyBase* const generator = Manager().GetDependencyGenerator(key);
         if (!m_outermost || !generator) return;
+        ReportReadThrough(key);
         std::vector<std::string> named;
         std::vector<std::string> bound;
         generator->GenerateDependency(GeneratorForm(key), named, bound);
         std::string resource;
         for (const std::string& path : named) {
-            if (!Files().KeyOfReference(path, resource) || !Files().FileExists(resource)) continue;
+            if (!Files().KeyOfReference(path, resource)) continue;
+            if (!Files().FileExists(resource)) continue;  // which its own reading has reported
             found.companions.push_back(resource);
         }
     }
@@ -222,7 +226,11 @@ bool TerrainTool(const std::string& file, std::string& name, Found& found) {
     for (const std::string& folder : BothKeys(file, name)) {
         for (const char* part : {"geod.bson", "geod.gaj", "geod.gax"}) {
             const std::string key = folder.empty() ? part : folder + "/" + part;
-            if (Files().FileExists(key)) added |= AddKey(key, found);
+            if (Files().FileExists(key)) {
+                added |= AddKey(key, found);
+            } else {
+                ReportAbsent(key);
+            }
         }
     }
     return added;
