@@ -4,6 +4,7 @@ find_package(TBB REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(fmt REQUIRED)
 find_package(CLI11 REQUIRED)
+find_package(tsl-robin-map REQUIRED)
 find_package(Boost REQUIRED COMPONENTS filesystem)
 
 # LMDB, RapidJSON and xxHash come without a usable CMake package on Debian 12.

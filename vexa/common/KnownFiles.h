@@ -1,8 +1,10 @@
 #pragma once
 
+#include <tsl/robin_set.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <unordered_set>
 
 namespace vexa {
 
@@ -41,8 +43,12 @@ public:
     static const KnownFiles* OfThisThread();
 
 private:
-    std::unordered_set<std::uint64_t> m_files;
-    std::unordered_set<std::uint64_t> m_unknown;
+    // The hashes are spread as well as any: they place themselves.
+    struct Identity {
+        std::size_t operator()(std::uint64_t hash) const { return hash; }
+    };
+    tsl::robin_set<std::uint64_t, Identity> m_files;
+    tsl::robin_set<std::uint64_t, Identity> m_unknown;
 };
 
 }  // namespace vexa

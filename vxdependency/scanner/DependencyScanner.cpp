@@ -18,6 +18,7 @@
 #include "vxdependency/manager/Configuration.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/manager/ManagerMutex.h"
+#include "vxdependency/scanner/FolderWalk.h"
 #include "vxdependency/scanner/ScanWalk.h"
 #include "vxdependency/store/GeneralDependency.h"
 #include "vxdependency/store/GraphReader.h"
@@ -64,6 +65,13 @@ void ForgetWhatOtherRulesFound() {
         Store().Clear();
     }
     Store().SetMeta("configuration", *fingerprint);
+}
+
+// Says why a folder is passed over that is write-protected or a link, so that no ring can form.
+void LogNotDescended(const std::string& path, unsigned attributes) {
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return;
+    Log(0, "%s: this folder is %s; what is below it is not scanned", path.c_str(),
+        attributes & FILE_ATTRIBUTE_REPARSE_POINT ? "a link" : "write-protected");
 }
 
 void WarnOfCollisions() {
@@ -180,54 +188,6 @@ void DependencyScanner::SetWaitingFile(const std::string& path) {
 
 // --- the walk ---
 
-// A folder is descended only when the folder attribute stands alone: not one that is
-// write-protected and not a link, so that no ring can form.
-bool DependencyScanner::IsDescended(const std::string& path, unsigned attributes) {
-    if (attributes == FILE_ATTRIBUTE_DIRECTORY) return true;
-    if (attributes & FILE_ATTRIBUTE_DIRECTORY) {
-        Log(0, "%s: this folder is %s; what is below it is not scanned", WithSlashes(path).c_str(),
-            attributes & FILE_ATTRIBUTE_REPARSE_POINT ? "a link" : "write-protected");
-    }
-    return false;
-}
-
-// A folder that could not be listed to its end: nothing below it may be taken for gone.
-void DependencyScanner::FolderUnread(const std::string& directory, ScanWalk& walk) {
-    LogError("%s: the folder cannot be read: %s", WithSlashes(directory).c_str(),
-             std::strerror(errno));
-    ++walk.statistics.unreadableFolders;
-    walk.unreadable.push_back(KeyOf(directory));
-    walk.known.AddUnknown(walk.unreadable.back());
-}
-
-void DependencyScanner::GetAllFiles(const std::string& directory, ScanWalk& walk) {
-    _finddata64i32_t data;
-    const std::intptr_t handle = _findfirst64i32((directory + "/*.*").c_str(), &data);
-    if (handle == -1) return FolderUnread(directory, walk);
-    std::vector<std::string> folders;
-    do {
-        if (std::strcmp(data.name, ".") == 0 || std::strcmp(data.name, "..") == 0) continue;
-        std::string path = directory + "\\" + data.name;
-        if (std::strchr(data.name, '\\')) {
-            LogWarning("%s/%s: left out: its name holds a backslash",
-                       WithSlashes(directory).c_str(), data.name);
-        } else if (IsDescended(path, data.attrib)) {
-            folders.push_back(std::move(path));
-        } else {
-            const vexa::FileState state = vexa::os::StateOfFound(handle);
-            Know(path, data.attrib, walk);
-            InsertToBucket({std::move(path), data.time_write, state.writeTimeNs, state.size}, walk);
-        }
-    } while (_findnext64i32(handle, &data) == 0);
-    if (errno != ENOENT) FolderUnread(directory, walk);
-    _findclose(handle);
-    if (!m_running) walk.walked = false;
-    // Descended with the search closed, so that deep trees need no more handles than flat ones.
-    for (const std::string& folder : folders) {
-        if (walk.walked) GetAllFiles(folder, walk);
-    }
-}
-
 // Links and folders that are not descended may lead anywhere.
 void DependencyScanner::Know(const std::string& path, unsigned attributes, ScanWalk& walk) {
     constexpr unsigned kElsewhere = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
@@ -236,6 +196,35 @@ void DependencyScanner::Know(const std::string& path, unsigned attributes, ScanW
     } else {
         walk.known.Add(KeyOf(path));
     }
+}
+
+// A folder that could not be listed to its end: nothing below it may be taken for gone.
+void DependencyScanner::FolderUnread(const ListedFolder& folder, ScanWalk& walk) {
+    LogError("%s: the folder cannot be read: %s", WithSlashes(folder.path).c_str(),
+             std::strerror(folder.error));
+    ++walk.statistics.unreadableFolders;
+    walk.unreadable.push_back(KeyOf(folder.path));
+    walk.known.AddUnknown(walk.unreadable.back());
+}
+
+// Sorts what a walk listed into the buckets: the files of a folder before those of the folders
+// below it.
+void DependencyScanner::GetAllFiles(ListedFolder& folder, ScanWalk& walk) {
+    for (ListedEntry& entry : folder.entries) {
+        std::string path = folder.path + "\\" + entry.name;
+        if (entry.name.find('\\') != std::string::npos) {
+            LogWarning("%s/%s: left out: its name holds a backslash",
+                       WithSlashes(folder.path).c_str(), entry.name.c_str());
+            continue;
+        }
+        LogNotDescended(WithSlashes(path), entry.attributes);
+        Know(path, entry.attributes, walk);
+        InsertToBucket(
+            {std::move(path), entry.writeTime, entry.state.writeTimeNs, entry.state.size}, walk);
+    }
+    if (folder.error != 0) FolderUnread(folder, walk);
+    folder.entries = {};
+    for (const auto& below : folder.folders) GetAllFiles(*below, walk);
 }
 
 void DependencyScanner::InsertToBucket(FileInfoData info, ScanWalk& walk) {
@@ -291,8 +280,9 @@ void DependencyScanner::Prepare(ScanWalk& walk) {
     for (auto& [extension, bucket] : m_buckets) {
         for (FileInfoData& record : bucket) record.change = FileInfoData::Change::Unknown;
     }
-    walk.walked = true;
-    for (const std::string& root : m_roots) GetAllFiles(root, walk);
+    const auto goOn = [this] { return m_running.load(); };
+    for (const std::string& root : m_roots) GetAllFiles(*WalkFolder(root, goOn), walk);
+    walk.walked = m_running;
     walk.statistics.files = static_cast<std::int64_t>(walk.met.size());
     if (walk.walked) CompareWithCatalogue(walk);
     walk.step = m_fileCount / 10;
@@ -323,15 +313,21 @@ bool DependencyScanner::ScanBucket(const std::string& extension, ScanWalk& walk)
             const FileInfoData& next = bucket[expected];
             if (next.change == FileInfoData::Change::Changed) walk.ahead->Expect(KeyOf(next.path));
         }
+        // All that is left to read is on its way. Written now, while workers read it, what is
+        // logged does not have to be written when they have nothing left to do.
+        if (i + ReadAhead::kWindow == bucket.size() && !Store().FlushBatch()) return Stop(walk);
         ++walk.processed;
         const vexa::StepGate::Pass pass(*m_gate);
         if (!ScanFile(record, walk)) return false;
-        if (!Store().BatchCheckpoint()) {
-            walk.statistics.error = Store().GetWriteError();
-            return false;
-        }
+        if (!Store().BatchCheckpoint()) return Stop(walk);
     }
     return true;
+}
+
+// Ends a scan whose work the store could not take.
+bool DependencyScanner::Stop(ScanWalk& walk) {
+    walk.statistics.error = Store().GetWriteError();
+    return false;
 }
 
 void DependencyScanner::ShowProgress(ScanWalk& walk) {
@@ -397,10 +393,7 @@ void DependencyScanner::TellWaitingFile(FileInfoData& record) {
 // Forgets the files that are gone, now that those which named them are up to date.
 bool DependencyScanner::Finish(ScanWalk& walk) {
     const vexa::StepGate::Pass pass(*m_gate);
-    if (!CDependencyManager::GetSingletonPtr()->Forget(walk.vanished)) {
-        walk.statistics.error = Store().GetWriteError();
-        return false;
-    }
+    if (!CDependencyManager::GetSingletonPtr()->Forget(walk.vanished)) return Stop(walk);
     walk.statistics.removed = static_cast<std::int64_t>(walk.vanished.size());
     if (walk.newFiles) WarnOfCollisions();
     Store().SetMeta("last_scan", std::to_string(vexa::os::UnixTimeMs()));

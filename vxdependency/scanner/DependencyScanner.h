@@ -19,6 +19,7 @@ class IHeartbeat;
 class StepGate;
 }  // namespace vexa
 
+struct ListedFolder;
 struct ScanWalk;
 
 // What the scan that is running, or ran last, has done so far.
@@ -79,13 +80,13 @@ private:
     void Scan();
     void Prepare(ScanWalk& walk);
     bool ReadFiles(ScanWalk& walk);
-    void FolderUnread(const std::string& directory, ScanWalk& walk);
-    void GetAllFiles(const std::string& directory, ScanWalk& walk);
-    bool IsDescended(const std::string& path, unsigned attributes);
+    void GetAllFiles(ListedFolder& folder, ScanWalk& walk);
+    void FolderUnread(const ListedFolder& folder, ScanWalk& walk);
     void Know(const std::string& path, unsigned attributes, ScanWalk& walk);
     void InsertToBucket(FileInfoData info, ScanWalk& walk);
     bool ScanBuckets(ScanWalk& walk);
     bool ScanBucket(const std::string& extension, ScanWalk& walk);
+    bool Stop(ScanWalk& walk);
     bool ScanFile(FileInfoData record, ScanWalk& walk);
     void ShowProgress(ScanWalk& walk);
     bool NeedsReading(const FileInfoData& record);

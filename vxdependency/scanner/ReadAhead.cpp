@@ -6,7 +6,6 @@
 #include <deque>
 #include <mutex>
 #include <thread>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -16,11 +15,25 @@
 
 namespace {
 
+std::unique_ptr<vexa::FileReading> Read(const std::string& key) {
+    try {
+        return vexa::CDependencyManager::GetSingletonPtr()->ReadReferences(key);
+    } catch (const std::exception&) {
+        return nullptr;  // the committer reads it again, and its exception is the one that is told
+    }
+}
+
 struct Slot {
     std::string key;
     bool begun = false;  // by a worker or by the committer; guarded by the state's mutex
     std::atomic<bool> done{false};
-    std::unique_ptr<vexa::FileReading> reading;  // the worker's until it is done
+    std::unique_ptr<vexa::FileReading> reading;  // its reader's until it is done
+
+    bool IsDone() const { return done.load(std::memory_order_acquire); }
+    void Fill() {
+        reading = Read(key);
+        done.store(true, std::memory_order_release);
+    }
 };
 using Slots = std::vector<std::shared_ptr<Slot>>;
 
@@ -36,14 +49,6 @@ unsigned WorkerCount() {
     return count;
 }
 
-std::unique_ptr<vexa::FileReading> Read(const std::string& key) {
-    try {
-        return vexa::CDependencyManager::GetSingletonPtr()->ReadReferences(key);
-    } catch (const std::exception&) {
-        return nullptr;  // the committer reads it again, and its exception is the one that is told
-    }
-}
-
 }  // namespace
 
 // Shared with the workers: one that sleeps at a shut gate may outlive the scan.
@@ -53,20 +58,26 @@ struct ReadAhead::State {
 
     std::mutex mutex;  // all that follows
     std::condition_variable changed;
-    std::deque<std::shared_ptr<Slot>> waiting;
-    std::unordered_map<std::string, std::shared_ptr<Slot>> expected;
-    unsigned workers = 0;  // jobs that run or are about to
-    unsigned busy = 0;     // handfuls that are being read
+    std::deque<std::shared_ptr<Slot>> waiting;   // for a worker
+    std::deque<std::shared_ptr<Slot>> expected;  // by the committer, in its order
+    unsigned workers = 0;                        // jobs that run or are about to
+    unsigned busy = 0;                           // handfuls that are being read
     bool stopped = false;
 
-    // The next files to read, or none when the worker is to end.
-    Slots Next() {
-        const std::lock_guard lock(mutex);
+    // Takes the next files that nobody reads.
+    Slots Begin(std::size_t count) {
         Slots slots;
-        while (!stopped && !waiting.empty() && slots.size() < kHandful) {
+        while (!waiting.empty() && slots.size() < count) {
             if (!std::exchange(waiting.front()->begun, true)) slots.push_back(waiting.front());
             waiting.pop_front();
         }
+        return slots;
+    }
+
+    // The next files for a worker, or none when it is to end.
+    Slots Next() {
+        const std::lock_guard lock(mutex);
+        Slots slots = Begin(stopped ? 0 : kHandful);
         if (slots.empty()) {
             --workers;
         } else {
@@ -87,10 +98,7 @@ struct ReadAhead::State {
             const Slots slots = state->Next();
             if (slots.empty()) return;
             const vexa::KnownFiles::Use use(*state->known);
-            for (const std::shared_ptr<Slot>& slot : slots) {
-                slot->reading = Read(slot->key);
-                slot->done.store(true, std::memory_order_release);
-            }
+            for (const std::shared_ptr<Slot>& slot : slots) slot->Fill();
             state->Done();
         }
     }
@@ -113,7 +121,7 @@ void ReadAhead::Expect(const std::string& key) {
     slot->key = key;
     {
         const std::lock_guard lock(m_state->mutex);
-        m_state->expected[key] = slot;
+        m_state->expected.push_back(slot);
         m_state->waiting.push_back(std::move(slot));
         if (m_state->workers >= WorkerCount() || m_state->waiting.size() < kWorthAWorker) return;
         ++m_state->workers;
@@ -125,12 +133,25 @@ void ReadAhead::Expect(const std::string& key) {
 
 std::unique_ptr<vexa::FileReading> ReadAhead::Take(const std::string& key) {
     std::unique_lock lock(m_state->mutex);
-    const auto found = m_state->expected.find(key);
-    if (found == m_state->expected.end()) return nullptr;
-    const std::shared_ptr<Slot> slot = std::move(found->second);
-    m_state->expected.erase(found);
+    // What was expected before it is not asked for any more.
+    auto& expected = m_state->expected;
+    while (!expected.empty() && expected.front()->key != key) {
+        expected.front()->begun = true;
+        expected.pop_front();
+    }
+    if (expected.empty()) return nullptr;
+    const std::shared_ptr<Slot> slot = std::move(expected.front());
+    expected.pop_front();
     if (!std::exchange(slot->begun, true)) return nullptr;
-    const auto isDone = [&slot] { return slot->done.load(std::memory_order_acquire); };
-    if (!isDone()) m_state->changed.wait(lock, isDone);
+    while (!slot->IsDone()) {
+        const Slots next = m_state->Begin(1);
+        if (next.empty()) {
+            m_state->changed.wait(lock, [&slot] { return slot->IsDone(); });
+            break;
+        }
+        lock.unlock();
+        next.front()->Fill();
+        lock.lock();
+    }
     return std::move(slot->reading);
 }

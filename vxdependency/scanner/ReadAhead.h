@@ -13,7 +13,8 @@ class StepGate;
 
 // Reads files on workers of the job system ahead of the thread that commits what they hold, so that
 // parsing uses the cores that the ordered commit leaves free. The committer asks in its own order
-// and reads itself what no worker has begun: it never waits for a worker to become free.
+// and reads itself what no worker has begun: it never waits for a worker to become free, and while
+// one is at the file that it needs, it reads others.
 //
 // Used by one thread, the committer. Workers pass the gate before they take a file, so that none
 // holds one up when the gate is shut.
@@ -34,7 +35,8 @@ public:
     void Expect(const std::string& key);
 
     // What a worker read of the file; null when none has begun to, or the reading threw: the caller
-    // then reads it itself. Waits for a worker that is at it.
+    // then reads it itself. Files are asked for in the order in which they were expected; those in
+    // between that are not asked for are dropped. Waits for a worker that is at it.
     std::unique_ptr<vexa::FileReading> Take(const std::string& key);
 
 private:

@@ -49,9 +49,22 @@ bool SameState(const FileInfoData& record, const CatalogueEntry& entry) {
     return record.writeTimeNs == entry.writeTimeNs && record.size == entry.size;
 }
 
+// A new store: nothing to compare with, and no need to put what was met in order.
+bool IsCatalogueEmpty() {
+    bool empty = true;
+    return GeneralDependency::Instance()->ForEachFile(
+               "", [&empty](std::string_view, const CatalogueEntry&) { return empty = false; }) &&
+           empty;
+}
+
 }  // namespace
 
 void CompareWithCatalogue(ScanWalk& walk) {
+    if (IsCatalogueEmpty()) {
+        for (const ScanWalk::Met& met : walk.met) met.Get().change = FileInfoData::Change::Changed;
+        walk.newFiles = !walk.met.empty();
+        return;
+    }
     const std::size_t rootLength = vexa::InterfaceBox::Instance().GetResourceRoot().size();
     std::sort(walk.met.begin(), walk.met.end(),
               [rootLength](const ScanWalk::Met& a, const ScanWalk::Met& b) {

@@ -45,7 +45,7 @@ std::string EdgeReader::ListOf(const std::string& key, Direction direction) cons
     const std::string text = RecordText(key, direction);
     std::string value;
     const int status = ReadRecord(m_database, IdOf(text), value, m_transaction);
-    if (status == 0) return ListText(std::move(value), text);
+    if (status == 0) return ListText(std::move(value), {IdOf(text), text});
     if (status == VXDatabase::kFailed && m_transaction != nullptr) ReportFailure(m_database);
     return {};
 }

@@ -42,6 +42,12 @@ std::string StampRecord(std::string path) {
     return StampText(path);
 }
 
+bool ChangeInverse(VXDatabase& database, const std::string& key,
+                   const std::function<void(RecordState&)>& change, MDB_txn* transaction) {
+    const std::string text = InverseText(key);
+    return ChangeRecord(database, {IdOf(text), text}, change, transaction);
+}
+
 std::string_view Bytes(const std::int64_t& number) {
     return {reinterpret_cast<const char*>(&number), sizeof number};
 }
@@ -143,7 +149,7 @@ bool GeneralDependency::GetDependency(const std::string& key, List& out) {
     std::string value;
     const int status = ReadText(key, value);
     if (status == VXDatabase::kFailed) return false;
-    EntryList::Split(ListText(std::move(value), key), out);
+    EntryList::Split(ListText(std::move(value), {ForwardId(key), key}), out);
     return true;
 }
 
@@ -280,7 +286,7 @@ bool GeneralDependency::Change(const std::string& text, RecordOperation operatio
     if (m_batch->IsInBatch()) return m_batch->Write(IdOf(text), operation, value);
     const auto apply = [&](RecordState& state) { state.Apply(operation, value); };
     return m_batch->WriteDirectly([&](MDB_txn* transaction) {
-        return ChangeRecord(m_database, IdOf(text), text, apply, transaction);
+        return ChangeRecord(m_database, {IdOf(text), text}, apply, transaction);
     });
 }
 
@@ -317,7 +323,7 @@ bool GeneralDependency::Get(const std::string& key, List& out, MDB_txn* transact
     std::string value;
     const int status = ReadRecord(m_database, ForwardId(key), value, transaction);
     if (status == VXDatabase::kFailed) return false;
-    EntryList::Split(ListText(std::move(value), key), out);
+    EntryList::Split(ListText(std::move(value), {ForwardId(key), key}), out);
     return true;
 }
 
@@ -330,7 +336,7 @@ bool GeneralDependency::Add(const std::string& key, const List& values, MDB_txn*
         m_database.TransAbort(transaction);
         return false;
     }
-    EntryList forward(ListText(std::move(value), key));
+    EntryList forward(ListText(std::move(value), {ForwardId(key), key}));
     return Merge(key, values, forward, transaction, mode);
 }
 
@@ -349,8 +355,7 @@ bool GeneralDependency::Merge(const std::string& key, const List& values, EntryL
     };
     const auto merge = [&](const std::string& value) {
         if (mode & kForward) forward.Add(value);
-        return (mode & kInverse) == 0 ||
-               ChangeRecord(m_database, InverseId(value), InverseText(value), addKey, transaction);
+        return (mode & kInverse) == 0 || ChangeInverse(m_database, value, addKey, transaction);
     };
     const RecordId id = ForwardId(key);
     if (std::all_of(values.begin(), values.end(), merge)) {
@@ -366,14 +371,13 @@ bool GeneralDependency::Remove(const std::string& key, const List& values, MDB_t
     const RecordId id = ForwardId(key);
     std::string value;
     if (ReadRecord(m_database, id, value, transaction) != 0) return false;
-    EntryList forward(ListText(std::move(value), key));
+    EntryList forward(ListText(std::move(value), {ForwardId(key), key}));
     const auto removeKey = [&key](RecordState& inverse) {
         inverse.Apply(RecordOperation::RemoveEntry, key);
     };
     const auto remove = [&](const std::string& entry) {
         if (mode & kForward) forward.RemoveFirstMatch(entry);
-        return (mode & kInverse) == 0 || ChangeRecord(m_database, InverseId(entry),
-                                                      InverseText(entry), removeKey, transaction);
+        return (mode & kInverse) == 0 || ChangeInverse(m_database, entry, removeKey, transaction);
     };
     if (!std::all_of(values.begin(), values.end(), remove)) return false;
     if (forward.IsEmpty()) return m_database.Remove(&id, sizeof id, transaction);

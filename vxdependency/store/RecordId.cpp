@@ -1,6 +1,6 @@
 #include "vxdependency/store/RecordId.h"
 
-#include <cstring>
+#include <fmt/format.h>
 
 #include "vexa/core/StringId.h"
 
@@ -11,16 +11,16 @@ RecordId IdOf(const std::string& text) {
     return static_cast<RecordId>(idOf(text.c_str()));
 }
 
+std::string RecordName::ToString() const {
+    return text.empty() ? fmt::format("record {:08x}", id) : std::string(text);
+}
+
 std::string InverseText(const std::string& key) {
     return key + '#';
 }
 
 std::string StampText(const std::string& path) {
     return path + '!';
-}
-
-bool StandsBefore(RecordId left, RecordId right) {
-    return std::memcmp(&left, &right, sizeof(RecordId)) < 0;
 }
 
 }  // namespace vexa::vxdependency

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace vexa::vxdependency {
 
@@ -10,6 +12,14 @@ namespace vexa::vxdependency {
 using RecordId = std::uint32_t;
 
 RecordId IdOf(const std::string& text);
+
+// Names a record in messages: by its text where that is known, else by its id.
+struct RecordName {
+    RecordId id = 0;
+    std::string_view text = {};
+
+    std::string ToString() const;
+};
 
 // The text of a forward list is its key; those of the other records:
 std::string InverseText(const std::string& key);
@@ -23,6 +33,13 @@ inline RecordId InverseId(const std::string& key) {
 }
 
 // Whether one id's bytes sort before the other's: the order of the records in the table.
-bool StandsBefore(RecordId left, RecordId right);
+inline bool StandsBefore(RecordId left, RecordId right) {
+    const auto inOrder = [](RecordId id) {
+        return std::endian::native == std::endian::big
+                   ? id
+                   : id << 24 | (id & 0xFF00) << 8 | (id >> 8 & 0xFF00) | id >> 24;
+    };
+    return inOrder(left) < inOrder(right);
+}
 
 }  // namespace vexa::vxdependency

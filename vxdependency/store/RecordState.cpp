@@ -1,7 +1,5 @@
 #include "vxdependency/store/RecordState.h"
 
-#include <cstdint>
-#include <cstring>
 #include <mutex>
 #include <unordered_set>
 
@@ -22,8 +20,9 @@ bool IsNews(const std::string& name) {
 
 }  // namespace
 
-std::string ListText(std::string stored, const std::string& name) {
+std::string ListText(std::string stored, RecordName record) {
     if (EntryList::IsList(stored)) return stored;
+    const std::string name = record.ToString();
     if (IsNews(name)) {
         LogError(
             "dependency store: the value of %s is no list, as it does not end in \"#\"; it counts "
@@ -80,27 +79,6 @@ void RecordState::Set(std::optional<std::string> value) {
 
 void RecordState::DropEmpty() {
     if (IsPresent() && List().IsEmpty()) Set(std::nullopt);
-}
-
-// One byte for the operation, four for the length of the text, the text.
-void RecordLog::Append(RecordOperation operation, std::string_view text) {
-    if (operation == RecordOperation::Replace || operation == RecordOperation::Delete) {
-        m_bytes.clear();  // what came before no longer matters
-    }
-    const auto length = static_cast<std::uint32_t>(text.size());
-    m_bytes.push_back(static_cast<char>(operation));
-    m_bytes.append(reinterpret_cast<const char*>(&length), sizeof length).append(text);
-}
-
-void RecordLog::Replay(RecordState& state) const {
-    for (std::string_view rest = m_bytes; !rest.empty();) {
-        const auto operation = static_cast<RecordOperation>(rest.front());
-        std::uint32_t length = 0;
-        std::memcpy(&length, rest.data() + 1, sizeof length);
-        rest.remove_prefix(1 + sizeof length);
-        state.Apply(operation, rest.substr(0, length));
-        rest.remove_prefix(length);
-    }
 }
 
 }  // namespace vexa::vxdependency

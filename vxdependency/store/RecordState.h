@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "vxdependency/store/EntryList.h"
+#include "vxdependency/store/RecordId.h"
 
 namespace vexa::vxdependency {
 
@@ -24,14 +24,14 @@ enum class RecordOperation : char {
 
 // The list that a stored value holds. One that does not end in "#" is reported as the value of
 // `name` and taken as empty.
-std::string ListText(std::string stored, const std::string& name);
+std::string ListText(std::string stored, RecordName name);
 
 // A record's value while operations are applied to it.
 class RecordState {
 public:
-    // `stored` is empty when there is no record; `name` is for messages.
-    RecordState(std::string name, std::optional<std::string> stored)
-        : m_name(std::move(name)), m_value(std::move(stored)) {}
+    // `stored` is empty when there is no record; the text of `name` must outlive the object.
+    RecordState(RecordName name, std::optional<std::string> stored)
+        : m_name(name), m_value(std::move(stored)) {}
 
     bool IsPresent() const { return m_list || m_value; }
     void Apply(RecordOperation operation, std::string_view text);
@@ -42,21 +42,10 @@ private:
     void Set(std::optional<std::string> value);
     void DropEmpty();
 
-    std::string m_name;
+    RecordName m_name;
     // One of them, or neither when there is no record.
     std::optional<std::string> m_value;
     std::optional<EntryList> m_list;
-};
-
-// Operations on one record in the order of their calls, packed.
-class RecordLog {
-public:
-    void Append(RecordOperation operation, std::string_view text);
-    void Replay(RecordState& state) const;
-    std::size_t Size() const { return m_bytes.capacity(); }
-
-private:
-    std::string m_bytes;
 };
 
 }  // namespace vexa::vxdependency

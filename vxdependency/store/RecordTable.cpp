@@ -5,7 +5,7 @@
 namespace vexa::vxdependency {
 namespace {
 
-unsigned SizeOf(const std::string& key) {
+unsigned SizeOf(std::string_view key) {
     return static_cast<unsigned>(key.size());
 }
 
@@ -16,30 +16,34 @@ int ReadRecord(VXDatabase& database, RecordId id, std::string& value, MDB_txn* t
     return database.Get(&id, sizeof id, value, transaction);
 }
 
-int ReadCatalogueRecord(VXDatabase& database, const std::string& recordKey, std::string& value,
+int ReadCatalogueRecord(VXDatabase& database, std::string_view recordKey, std::string& value,
                         MDB_txn* transaction) {
     if (transaction == nullptr) return VXDatabase::kFailed;
     return database.Get(recordKey.data(), SizeOf(recordKey), value, transaction,
                         DatabaseTable::Catalogue);
 }
 
-bool ChangeRecord(VXDatabase& database, RecordId id, const std::string& name,
+bool WriteRecord(VXDatabase& database, RecordId id, std::string_view value, MDB_txn* transaction) {
+    return database.Add(&id, sizeof id, value.data(), value.size(), transaction) == 0;
+}
+
+bool ChangeRecord(VXDatabase& database, RecordName record,
                   const std::function<void(RecordState&)>& change, MDB_txn* transaction) {
     std::string value;
-    const int status = ReadRecord(database, id, value, transaction);
+    const int status = ReadRecord(database, record.id, value, transaction);
     if (status != 0 && status != VXDatabase::kNotFound) return false;
     std::optional<std::string> before;
     if (status == 0) before = std::move(value);
-    RecordState state(name, before);
+    RecordState state(record, before);
     change(state);
     const std::optional<std::string> after = state.Value();
     if (after == before) return true;
-    if (!after) return database.Remove(&id, sizeof id, transaction);
-    return database.Add(&id, sizeof id, after->data(), after->size(), transaction) == 0;
+    if (!after) return database.Remove(&record.id, sizeof record.id, transaction);
+    return WriteRecord(database, record.id, *after, transaction);
 }
 
-bool WriteCatalogueRecord(VXDatabase& database, const std::string& recordKey,
-                          const std::optional<std::string>& value, MDB_txn* transaction) {
+bool WriteCatalogueRecord(VXDatabase& database, std::string_view recordKey,
+                          std::optional<std::string_view> value, MDB_txn* transaction) {
     const unsigned size = SizeOf(recordKey);
     if (value) {
         return transaction != nullptr &&
@@ -56,7 +60,7 @@ bool WriteLayoutVersion(VXDatabase& database, MDB_txn* transaction) {
     const std::uint32_t version = Catalogue::kLayoutVersion;
     return WriteCatalogueRecord(
         database, Catalogue::VersionRecordKey(),
-        std::string(reinterpret_cast<const char*>(&version), sizeof version), transaction);
+        std::string_view(reinterpret_cast<const char*>(&version), sizeof version), transaction);
 }
 
 bool ClearTables(VXDatabase& database, MDB_txn* transaction) {

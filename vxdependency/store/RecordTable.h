@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "vexa/db/VXDatabase.h"
 #include "vxdependency/store/RecordId.h"
@@ -30,16 +31,19 @@ private:
 
 // Each of these returns what VXDatabase::Get does; kFailed for a null transaction.
 int ReadRecord(VXDatabase& database, RecordId id, std::string& value, MDB_txn* transaction);
-int ReadCatalogueRecord(VXDatabase& database, const std::string& recordKey, std::string& value,
+int ReadCatalogueRecord(VXDatabase& database, std::string_view recordKey, std::string& value,
                         MDB_txn* transaction);
 
+// Sets a record of the dependency table. False on failure.
+bool WriteRecord(VXDatabase& database, RecordId id, std::string_view value, MDB_txn* transaction);
+
 // Applies `change` to a record and stores what it becomes, where that differs. False on failure.
-bool ChangeRecord(VXDatabase& database, RecordId id, const std::string& name,
+bool ChangeRecord(VXDatabase& database, RecordName record,
                   const std::function<void(RecordState&)>& change, MDB_txn* transaction);
 
 // Sets a record of the catalogue, or deletes it. False on failure; deleting none is none.
-bool WriteCatalogueRecord(VXDatabase& database, const std::string& recordKey,
-                          const std::optional<std::string>& value, MDB_txn* transaction);
+bool WriteCatalogueRecord(VXDatabase& database, std::string_view recordKey,
+                          std::optional<std::string_view> value, MDB_txn* transaction);
 
 bool WriteLayoutVersion(VXDatabase& database, MDB_txn* transaction);
 

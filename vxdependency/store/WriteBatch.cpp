@@ -1,8 +1,6 @@
 #include "vxdependency/store/WriteBatch.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 #include <utility>
 
 #include "vexa/common/Log.h"
@@ -12,15 +10,9 @@
 namespace vexa::vxdependency {
 namespace {
 
-// What a record costs in memory beside its log's text, about.
-constexpr std::size_t kBytesPerRecord = 96;
+// What a value that is kept costs in memory beside its text, about.
+constexpr std::size_t kBytesPerState = 128;
 constexpr int kRestPerFlush = 10;
-
-std::string NameOf(RecordId id) {
-    char name[32];
-    std::snprintf(name, sizeof name, "record %08" PRIx32, id);
-    return name;
-}
 
 }  // namespace
 
@@ -103,8 +95,13 @@ bool WriteBatch::Add(const std::string& key, const List& values, signed char mod
 bool WriteBatch::Set(const std::string& key, const List& values, signed char mode) {
     const auto lock = Lock();
     if (!BecomeWriter()) return false;
-    Note(ForwardId(key), RecordOperation::Replace, {});
-    NoteList(key, values, mode, RecordOperation::AddEntry);
+    // The forward list is known as a whole, and need not be made when the log is written.
+    EntryList forward;
+    if (mode & GeneralDependency::kForward) {
+        for (const std::string& value : values) forward.Add(value);
+    }
+    Note(ForwardId(key), RecordOperation::Replace, forward.Text());
+    NoteList(key, values, mode & GeneralDependency::kInverse, RecordOperation::AddEntry);
     return true;
 }
 
@@ -119,11 +116,10 @@ bool WriteBatch::Remove(const std::string& key, const List& values, signed char 
     return true;
 }
 
-bool WriteBatch::WriteCatalogue(const std::string& recordKey, std::optional<std::string> value) {
+bool WriteBatch::WriteCatalogue(std::string_view recordKey, std::optional<std::string_view> value) {
     const auto lock = Lock();
     if (!BecomeWriter()) return false;
-    m_bytes += kBytesPerRecord + recordKey.size() + (value ? value->size() : 0);
-    m_catalogue[recordKey] = std::move(value);
+    m_log.SetCatalogue(recordKey, value);
     return true;
 }
 
@@ -137,7 +133,7 @@ bool WriteBatch::Clear() {
 
 int WriteBatch::Read(RecordId record, std::string& value) {
     const auto lock = Lock();
-    if (!HoldsOwnWork() || (m_records.count(record) == 0 && !m_cleared)) {
+    if (!HoldsOwnWork() || (m_log.Find(record) == nullptr && !m_cleared)) {
         return ReadRecord(m_database, record, value, ReadTransaction(m_database));
     }
     const RecordState* const state = StateOf(record);
@@ -149,12 +145,13 @@ int WriteBatch::Read(RecordId record, std::string& value) {
 
 int WriteBatch::ReadCatalogue(const std::string& recordKey, std::string& value) {
     const auto lock = Lock();
-    if (!HoldsOwnWork() || (m_catalogue.count(recordKey) == 0 && !m_cleared)) {
+    const BatchLog::CatalogueValue* const logged =
+        HoldsOwnWork() ? m_log.FindCatalogue(recordKey) : nullptr;
+    if (logged == nullptr && !(HoldsOwnWork() && m_cleared)) {
         return ReadCatalogueRecord(m_database, recordKey, value, ReadTransaction(m_database));
     }
-    const auto logged = m_catalogue.find(recordKey);
-    if (logged == m_catalogue.end() || !logged->second) return VXDatabase::kNotFound;
-    value = *logged->second;
+    if (logged == nullptr || !*logged) return VXDatabase::kNotFound;
+    value = **logged;
     return 0;
 }
 
@@ -177,19 +174,16 @@ bool WriteBatch::TellLoss() {
 
 bool WriteBatch::IsDue() const {
     const Clock::duration rest = std::max(m_limits.interval, kRestPerFlush * m_lastDuration);
-    return m_bytes >= m_limits.bytes || m_limits.now() - m_lastFlush >= rest;
+    return m_log.Bytes() + m_stateBytes >= m_limits.bytes || m_limits.now() - m_lastFlush >= rest;
 }
 
 void WriteBatch::Note(RecordId id, RecordOperation operation, std::string_view text) {
-    const auto [it, isNew] = m_records.try_emplace(id);
-    Record& record = it->second;
-    const std::size_t before = record.log.Size();
-    record.log.Append(operation, text);
-    m_bytes += record.log.Size() - before + (isNew ? kBytesPerRecord : 0);
-    if (record.state) {
-        record.state->Apply(operation, text);
-        m_bytes += text.size();
-    }
+    m_log.Append(id, operation, text);
+    if (m_states.empty()) return;
+    const auto state = m_states.find(id);
+    if (state == m_states.end()) return;
+    state->second.Apply(operation, text);
+    m_stateBytes += text.size();
 }
 
 void WriteBatch::NoteList(const std::string& key, const List& values, signed char mode,
@@ -203,8 +197,8 @@ void WriteBatch::NoteList(const std::string& key, const List& values, signed cha
 
 // The record's value with the log applied, null when it cannot be read.
 RecordState* WriteBatch::StateOf(RecordId id) {
-    const auto it = m_records.find(id);
-    if (it != m_records.end() && it->second.state) return it->second.state.get();
+    const auto known = m_states.find(id);
+    if (known != m_states.end()) return &known->second;
     std::optional<std::string> stored;
     if (!m_cleared) {
         std::string value;
@@ -212,11 +206,10 @@ RecordState* WriteBatch::StateOf(RecordId id) {
         if (status == 0) stored = std::move(value);
         if (status == VXDatabase::kFailed) return nullptr;
     }
-    Record& record = m_records[id];
-    m_bytes += kBytesPerRecord + 2 * (stored ? stored->size() : 0) + record.log.Size();
-    record.state = std::make_unique<RecordState>(NameOf(id), std::move(stored));
-    record.log.Replay(*record.state);
-    return record.state.get();
+    m_stateBytes += kBytesPerState + (stored ? stored->size() : 0);
+    RecordState& state = m_states.emplace(id, RecordState({id}, std::move(stored))).first->second;
+    if (const BatchLog::Record* const record = m_log.Find(id)) record->Replay(state);
+    return &state;
 }
 
 bool WriteBatch::FlushLog() {
@@ -237,37 +230,36 @@ bool WriteBatch::FlushLog() {
 }
 
 void WriteBatch::ReportLoss() {
-    LogError("dependency store: the changes of %zu records are lost: %s",
-             m_records.size() + m_catalogue.size(), m_database.GetError().c_str());
+    LogError("dependency store: the changes of %zu records are lost: %s", m_log.RecordCount(),
+             m_database.GetError().c_str());
     const auto member = m_members.find(m_writer.load());
     if (member != m_members.end()) member->second.lost = true;
 }
 
 bool WriteBatch::WriteLog(MDB_txn* transaction) {
     if (m_cleared && !ClearTables(m_database, transaction)) return false;
-    std::vector<std::pair<RecordId, const RecordLog*>> logs;
-    logs.reserve(m_records.size());
-    for (const auto& [id, record] : m_records) logs.emplace_back(id, &record.log);
-    std::sort(logs.begin(), logs.end(), [](const auto& left, const auto& right) {
-        return StandsBefore(left.first, right.first);
-    });
+    const auto records = m_log.Sorted();
     const auto writeRecord = [&](const auto& entry) {
-        const auto& [id, log] = entry;
+        const auto& [id, record] = entry;
+        // Most are stamps, which are written without a look at what stands there.
+        if (const auto value = record.PlainValue()) {
+            return WriteRecord(m_database, id, *value, transaction);
+        }
         return ChangeRecord(
-            m_database, id, NameOf(id), [log = log](RecordState& state) { log->Replay(state); },
-            transaction);
+            m_database, {id}, [&](RecordState& state) { record.Replay(state); }, transaction);
     };
-    return std::all_of(logs.begin(), logs.end(), writeRecord) &&
-           std::all_of(m_catalogue.begin(), m_catalogue.end(), [&](const auto& record) {
+    const auto catalogue = m_log.SortedCatalogue();
+    return std::all_of(records.begin(), records.end(), writeRecord) &&
+           std::all_of(catalogue.begin(), catalogue.end(), [&](const auto& record) {
                return WriteCatalogueRecord(m_database, record.first, record.second, transaction);
            });
 }
 
 void WriteBatch::DropLog() {
-    m_records.clear();
-    m_catalogue.clear();
+    m_log.Clear();
+    m_states.clear();
+    m_stateBytes = 0;
     m_cleared = false;
-    m_bytes = 0;
 }
 
 }  // namespace vexa::vxdependency

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <functional>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "vexa/db/VXDatabase.h"
+#include "vxdependency/store/BatchLog.h"
 #include "vxdependency/store/RecordId.h"
 #include "vxdependency/store/RecordState.h"
 
@@ -43,10 +43,12 @@ public:
     using Clock = std::chrono::steady_clock;
     using List = std::vector<std::string>;
 
-    // When Checkpoint flushes.
+    // When Checkpoint flushes. The memory is bounded because LMDB keeps about twice as much in dirty
+    // pages while the log is written: with 24 MB a scan of 120,000 files stays below a kilobyte a
+    // file, with 64 MB it needed 1.3.
     struct Limits {
         Clock::duration interval = std::chrono::seconds(1);  // or ten times the last flush
-        std::size_t bytes = std::size_t{64} << 20;           // memory of the log, about
+        std::size_t bytes = std::size_t{24} << 20;           // memory of the log, about
         std::function<Clock::time_point()> now = Clock::now;
     };
 
@@ -86,7 +88,7 @@ public:
     bool Set(const std::string& key, const List& values, signed char mode);
     bool Remove(const std::string& key, const List& values, signed char mode);
     // Sets a record of the catalogue, or deletes it.
-    bool WriteCatalogue(const std::string& recordKey, std::optional<std::string> value);
+    bool WriteCatalogue(std::string_view recordKey, std::optional<std::string_view> value);
     // Deletes all records but the layout version.
     bool Clear();
 
@@ -100,12 +102,6 @@ private:
         int depth = 0;
         bool lost = false;  // work of it was dropped, and it has not been told
     };
-    struct Record {
-        RecordLog log;
-        std::unique_ptr<RecordState> state;  // the value with the log applied, once asked for
-    };
-    using Records = std::unordered_map<RecordId, Record>;
-
     bool BecomeWriter();
     bool TellLoss();
     bool IsDue() const;
@@ -114,7 +110,7 @@ private:
                   RecordOperation operation);
     RecordState* StateOf(RecordId id);
 
-    bool IsEmpty() const { return m_records.empty() && m_catalogue.empty() && !m_cleared; }
+    bool IsEmpty() const { return m_log.RecordCount() == 0 && !m_cleared; }
     bool FlushLog();
     bool WriteLog(MDB_txn* transaction);
     void ReportLoss();
@@ -129,10 +125,11 @@ private:
 
     // Guarded by the mutex.
     std::map<std::thread::id, Member> m_members;
-    Records m_records;
-    std::map<std::string, std::optional<std::string>> m_catalogue;
+    BatchLog m_log;
+    // The values, with the log applied, of the records that somebody asked for.
+    std::unordered_map<RecordId, RecordState> m_states;
+    std::size_t m_stateBytes = 0;
     bool m_cleared = false;  // before all that is logged
-    std::size_t m_bytes = 0;
     Clock::time_point m_lastFlush;
     Clock::duration m_lastDuration{};
 };

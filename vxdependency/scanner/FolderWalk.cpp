@@ -1,0 +1,90 @@
+#include "vxdependency/scanner/FolderWalk.h"
+
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+
+#include "vexa/os/FindFiles.h"
+#include "vexa/os/WindowsApi.h"
+#include "vexa/threading/JobSystem.h"
+
+namespace {
+
+bool IsDescended(const _finddata64i32_t& data) {
+    return data.attrib == FILE_ATTRIBUTE_DIRECTORY && !std::strchr(data.name, '\\');
+}
+
+bool IsSelfOrParent(const char* name) {
+    return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
+}
+
+void List(ListedFolder& folder) {
+    _finddata64i32_t data;
+    const std::intptr_t handle = _findfirst64i32((folder.path + "/*.*").c_str(), &data);
+    if (handle == -1) {
+        folder.error = errno;
+        return;
+    }
+    do {
+        if (IsSelfOrParent(data.name)) continue;
+        if (IsDescended(data)) {
+            folder.folders.push_back(std::make_unique<ListedFolder>());
+            folder.folders.back()->path = folder.path + "\\" + data.name;
+        } else {
+            folder.entries.push_back(
+                {data.name, data.attrib, data.time_write, vexa::os::StateOfFound(handle)});
+        }
+    } while (_findnext64i32(handle, &data) == 0);
+    if (errno != ENOENT) folder.error = errno;
+    _findclose(handle);
+}
+
+// The folders that are still to be listed. Shared with the worker, which may come late.
+class Walk {
+public:
+    Walk(ListedFolder& root, std::function<bool()> goOn) : m_goOn(std::move(goOn)) {
+        m_waiting.push_back(&root);
+    }
+
+    // Lists folders until none is left, waiting for those that the other thread may yet find.
+    void Run() {
+        std::unique_lock lock(m_mutex);
+        while (true) {
+            m_changed.wait(lock, [this] { return !m_waiting.empty() || m_busy == 0; });
+            if (m_waiting.empty()) return;
+            ListedFolder& folder = *m_waiting.back();
+            m_waiting.pop_back();
+            ++m_busy;
+            lock.unlock();
+            const bool goOn = m_goOn();
+            if (goOn) List(folder);
+            lock.lock();
+            --m_busy;
+            for (const auto& below : folder.folders) m_waiting.push_back(below.get());
+            if (!goOn) m_waiting.clear();
+            m_changed.notify_all();
+        }
+    }
+
+private:
+    const std::function<bool()> m_goOn;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<ListedFolder*> m_waiting;
+    unsigned m_busy = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<ListedFolder> WalkFolder(const std::string& path,
+                                         const std::function<bool()>& goOn) {
+    auto root = std::make_unique<ListedFolder>();
+    root->path = path;
+    const auto walk = std::make_shared<Walk>(*root, goOn);
+    constexpr unsigned char kAnyWorker = 255;
+    vexa::job_release(
+        vexa::run([walk] { walk->Run(); }, vexa::JobPriority::High, kAnyWorker, "FolderWalk"));
+    walk->Run();
+    return root;
+}
