@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "vexa/Export.h"
+
 namespace vexa {
 
 // Generators tell an observer of every reference that they meet while they list what a file refers
@@ -57,7 +59,7 @@ struct ReferenceReport {
 
 // Gets reports on the thread that reads. While a file is read through others (an effect through the
 // shaders that it includes), their references are reported too, with their own file.
-class IReferenceObserver {
+class VX_API IReferenceObserver {
 public:
     virtual void OnReference(const ReferenceReport& report) = 0;
     // A file that would have been listed was looked for and is not there (a key, or what

@@ -15,12 +15,14 @@
 #include "vexa/core/Signal.h"
 #include "vexa/lua/ScriptObject.h"
 #include "vxdependency/scanner/FileInfoData.h"
+#include "vxdependency/store/Findings.h"
 
 class DependencyScanner;
 
 namespace vexa {
 
 class CDependencyBase;
+class IReferenceObserver;
 
 // One look at a file: the time that its stamp keeps, and the state that the catalogue keeps.
 struct FileLook {
@@ -31,6 +33,7 @@ struct FileLook {
 // What reading a file gave, before anything of it is stored.
 struct FileReading {
     std::vector<std::string> list;  // as it is to be stored
+    vxdependency::Findings findings;
     bool readable = false;
 };
 
@@ -89,15 +92,27 @@ public:
     // --- generation and queries ---
 
     // Reads `file`, stores what it refers to and when it was last written, and returns the list.
-    // `second` is the file's previous name when it has just been renamed, else empty.
+    // `second` is the file's previous name when it has just been renamed, else empty. The files
+    // that await it (because it was missing, or they are read through it) are read again as well.
     List GenerateDependency(const std::string& file, const std::string& second);
-    // The same, telling more. A caller that has looked at the file hands the look over, which is
-    // stored as the time of the reading; one that has read it since, what it read.
+    // The same for this file alone, telling more. A caller that has looked at the file hands the
+    // look over, which is stored as the time of the reading; one that has read it since, what it
+    // read.
     GenerationResult Regenerate(const std::string& file, const std::string& second,
                                 const FileLook* look = nullptr,
                                 std::unique_ptr<FileReading> reading = nullptr);
     // Reads a file by its key, and stores nothing; takes no lock. Null when it has no generator.
     std::unique_ptr<FileReading> ReadReferences(const std::string& key);
+    // Reads a file and tells the observer of every reference, on this thread. Stores nothing; takes
+    // no lock. False when the file has no generator, or cannot be read or parsed.
+    bool Explain(const std::string& file, IReferenceObserver& observer);
+    // The files whose lists may be others now that some files (keys) changed or appeared, and some
+    // vanished: those that await one of them, and those that refer to one that vanished. Each once;
+    // the given files are not among them.
+    List FilesAffected(const List& changed, const List& vanished);
+    // Makes the records of files (keys) count as stale, so that the next query or scan reads them
+    // again, whatever comes between.
+    void Invalidate(const List& keys);
 
     // What `file` refers to, or (inverse) which files refer to it, as recorded. A file that changed
     // since it was read is read again first.
@@ -119,8 +134,9 @@ public:
     std::vector<FileInfoData> GetFileListBySuffix(const std::string& suffix);
 
     // Drops a file's records: its forward list, its entries in inverse lists and its stamp; for a
-    // folder, those of all files known below it. The files that refer to it are read again; nothing
-    // on disk changes. False when the path has no key, or the store cannot be written.
+    // folder, those of all files known below it. The files that refer to it, or are read through
+    // it, are read again; nothing on disk changes. False when the path has no key, or the store
+    // cannot be written.
     bool Remove(const std::string& path);
     // The same for files that are known to be files, by their keys.
     bool Forget(const List& keys);

@@ -12,6 +12,7 @@
 #include "vxdependency/generators/DependencyBase.h"
 #include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
+#include "vxdependency/manager/FindingsObserver.h"
 #include "vxdependency/manager/ManagerMutex.h"
 #include "vxdependency/store/GeneralDependency.h"
 
@@ -109,7 +110,13 @@ std::unique_ptr<FileReading> CDependencyManager::ReadReferences(const std::strin
     List dependencies;
     List secondList;
     auto reading = std::make_unique<FileReading>();
-    reading->readable = generator->GenerateDependency(GeneratorForm(key), dependencies, secondList);
+    FindingsObserver observer(key);
+    {
+        const ObserverUse use(&observer);
+        reading->readable =
+            generator->GenerateDependency(GeneratorForm(key), dependencies, secondList);
+    }
+    reading->findings = observer.Take();
     AppendStoredForm(key, dependencies, reading->list);
     AppendStoredForm(key, secondList, reading->list);
     MakeVectorUnique(reading->list);
@@ -173,12 +180,60 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     result.dependencies = std::move(reading->list);
     StoreList(key, oldKey, !second.empty(), result.dependencies);
     StoreState(key, before, result);
+    Store().SetFindings(key, reading->findings);
     return result;
 }
 
 CDependencyManager::List CDependencyManager::GenerateDependency(const std::string& file,
                                                                 const std::string& second) {
-    return Regenerate(file, second).dependencies;
+    std::string key;
+    if (!KeyOf(file, key)) return {};
+    const std::lock_guard lock(ManagerMutex());
+    const List affected = FilesAffected({key}, {});
+    vxdependency::StoreBatch batch(&Store());
+    Invalidate(affected);
+    GenerationResult result = Regenerate(key, second);
+    batch.End();
+    for (const std::string& other : affected) Regenerate(other, "");
+    return std::move(result.dependencies);
+}
+
+bool CDependencyManager::Explain(const std::string& file, IReferenceObserver& observer) {
+    std::string key;
+    if (!KeyOf(file, key)) return false;
+    CDependencyBase* const generator = GetDependencyGenerator(key);
+    if (!generator) return false;
+    const ObserverUse use(&observer);
+    List dependencies;
+    List secondList;
+    return generator->GenerateDependency(GeneratorForm(key), dependencies, secondList);
+}
+
+// One step is enough: a file that is read through others awaits what those miss, too.
+CDependencyManager::List CDependencyManager::FilesAffected(const List& changed,
+                                                           const List& vanished) {
+    List awaited;
+    for (const List* keys : {&changed, &vanished}) {
+        for (const std::string& key : *keys) {
+            awaited.push_back(key);
+            if (IsImage(key)) awaited.push_back(ImageFamily(key));
+        }
+    }
+    if (awaited.empty()) return {};
+    List found;
+    Store().FindAwaiting(awaited, found);
+    for (const std::string& key : vanished) Store().GetInverseDependency(key, found);
+    std::unordered_set<std::string> given(changed.begin(), changed.end());
+    given.insert(vanished.begin(), vanished.end());
+    UniqueList files;
+    for (std::string& file : found) {
+        if (given.count(file) == 0) files.Add(std::move(file));
+    }
+    return files.Get();
+}
+
+void CDependencyManager::Invalidate(const List& keys) {
+    for (const std::string& key : keys) Store().EraseTimeStamp(Files().AbsolutePath(key));
 }
 
 CDependencyManager::List CDependencyManager::GetDependency(const std::string& file, bool inverse) {
@@ -188,7 +243,7 @@ CDependencyManager::List CDependencyManager::GetDependency(const std::string& fi
     if (!IsUpToDate(key)) {
         const std::lock_guard lock(ManagerMutex());
         Store().FlushOtherBatch();
-        if (!IsUpToDate(key)) Regenerate(key, "");
+        if (!IsUpToDate(key)) GenerateDependency(key, "");
     }
     if (inverse) {
         Store().GetInverseDependency(key, list);
@@ -288,23 +343,22 @@ void CDependencyManager::RemoveFile(const std::string& key) {
     Store().EraseForward(key);
     Store().EraseTimeStamp(Files().AbsolutePath(key));
     Store().EraseFile(key);
+    Store().SetFindings(key, {});
 }
 
 bool CDependencyManager::Forget(const List& keys) {
+    if (keys.empty()) return true;
+    const List affected = FilesAffected({}, keys);
     vxdependency::StoreBatch batch(&Store());
-    UniqueList dependents;
+    Invalidate(affected);
     for (const std::string& key : keys) {
         const std::lock_guard lock(ManagerMutex());
         Store().FlushOtherBatch();
-        List list;
-        Store().GetInverseDependency(key, list);
-        for (std::string& dependent : list) dependents.Add(std::move(dependent));
         RemoveFile(key);
         if (!Store().BatchCheckpoint()) return false;
     }
-    const std::unordered_set<std::string> gone(keys.begin(), keys.end());
-    for (const std::string& dependent : dependents.Get()) {
-        if (gone.count(dependent) == 0) Regenerate(dependent, "");
+    for (const std::string& file : affected) {
+        Regenerate(file, "");
         if (!Store().BatchCheckpoint()) return false;
     }
     return batch.End();

@@ -262,6 +262,7 @@ void DependencyScanner::Scan() {
 bool DependencyScanner::ReadFiles(ScanWalk& walk) {
     vexa::vxdependency::StoreBatch batch(&Store());
     const vexa::KnownFiles::Use known(walk.known);
+    CDependencyManager::GetSingletonPtr()->Invalidate(walk.affected);
     walk.ahead = std::make_unique<ReadAhead>(walk.known, *m_gate);
     bool complete = ScanBuckets(walk);
     walk.ahead.reset();
@@ -285,6 +286,9 @@ void DependencyScanner::Prepare(ScanWalk& walk) {
     walk.walked = m_running;
     walk.statistics.files = static_cast<std::int64_t>(walk.met.size());
     if (walk.walked) CompareWithCatalogue(walk);
+    walk.affected =
+        CDependencyManager::GetSingletonPtr()->FilesAffected(walk.changed, walk.vanished);
+    MarkForReading(walk, walk.affected);
     walk.step = m_fileCount / 10;
     walk.threshold = walk.step;
 }
@@ -372,8 +376,9 @@ void DependencyScanner::ReadFile(const FileInfoData& record, ScanWalk& walk) {
     const vexa::FileLook look{record.timestamp, {true, false, record.writeTimeNs, record.size}};
     // A record of an earlier scan tells nothing of the file as it is now.
     const bool current = record.change != FileInfoData::Change::Unknown;
+    const bool expected = record.change == FileInfoData::Change::Changed;
     const vexa::GenerationResult result = CDependencyManager::GetSingletonPtr()->Regenerate(
-        relative, "", current ? &look : nullptr, current ? walk.ahead->Take(relative) : nullptr);
+        relative, "", current ? &look : nullptr, expected ? walk.ahead->Take(relative) : nullptr);
     if (!result.dependencies.empty()) Store().SetTimeStamp(record.path, record.timestamp);
     if (result.generated) ++walk.statistics.regenerated;
     Publish(walk);

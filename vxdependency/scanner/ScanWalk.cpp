@@ -20,6 +20,12 @@ unsigned char AsInKey(char c) {
     return static_cast<unsigned char>(c == '\\' ? '/' : c);
 }
 
+std::string AsKey(std::string_view walked) {
+    std::string key(walked);
+    std::ranges::replace(key, '\\', '/');
+    return key;
+}
+
 // Orders a walked path and a key as the catalogue orders keys, without making a string.
 int CompareToKey(std::string_view walked, std::string_view key) {
     const std::size_t common = std::min(walked.size(), key.size());
@@ -72,11 +78,14 @@ void CompareWithCatalogue(ScanWalk& walk) {
                                       BelowRoot(b.Get(), rootLength)) < 0;
               });
     auto met = walk.met.begin();
+    const auto markChanged = [&](const ScanWalk::Met& record) {
+        record.Get().change = FileInfoData::Change::Changed;
+        walk.changed.push_back(AsKey(BelowRoot(record.Get(), rootLength)));
+    };
     const auto skipUnknown = [&](const auto& comesBefore) {
         while (met != walk.met.end() && comesBefore(BelowRoot(met->Get(), rootLength))) {
-            met->Get().change = FileInfoData::Change::Changed;
             walk.newFiles = true;
-            ++met;
+            markChanged(*met++);
         }
     };
     const auto visit = [&](std::string_view key, const CatalogueEntry& entry) {
@@ -86,13 +95,30 @@ void CompareWithCatalogue(ScanWalk& walk) {
             if (!IsBelow(key, walk.unreadable)) walk.vanished.emplace_back(key);
             return true;
         }
-        met->Get().change = SameState(met->Get(), entry) ? FileInfoData::Change::None
-                                                         : FileInfoData::Change::Changed;
+        if (SameState(met->Get(), entry)) {
+            met->Get().change = FileInfoData::Change::None;
+        } else {
+            markChanged(*met);
+        }
         ++met;
         return true;
     };
     GeneralDependency::Instance()->ForEachFile("", visit);
     skipUnknown([](std::string_view) { return true; });
+}
+
+void MarkForReading(ScanWalk& walk, const std::vector<std::string>& keys) {
+    const std::size_t rootLength = vexa::InterfaceBox::Instance().GetResourceRoot().size();
+    const auto compare = [rootLength](const ScanWalk::Met& met, const std::string& key) {
+        return CompareToKey(BelowRoot(met.Get(), rootLength), key);
+    };
+    for (const std::string& key : keys) {
+        const auto met = std::lower_bound(
+            walk.met.begin(), walk.met.end(), key,
+            [&](const ScanWalk::Met& record, const auto& k) { return compare(record, k) < 0; });
+        if (met == walk.met.end() || compare(*met, key) != 0) continue;
+        met->Get().change = FileInfoData::Change::Changed;
+    }
 }
 
 void SumCatalogue(ScanStatistics& statistics) {

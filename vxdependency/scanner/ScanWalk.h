@@ -30,7 +30,9 @@ struct ScanWalk {
     std::unique_ptr<ReadAhead> ahead;
     std::vector<std::string> unreadable;  // folders that could not be listed, as keys
     std::vector<std::string> vanished;    // keys that the catalogue knows and the walk did not meet
-    bool newFiles = false;                // the walk met files that the catalogue did not know
+    std::vector<std::string> changed;   // keys that are new or changed, when the catalogue knew any
+    std::vector<std::string> affected;  // keys of files whose lists those may have changed
+    bool newFiles = false;              // the walk met files that the catalogue did not know
     ScanStatistics statistics;
 };
 
@@ -38,6 +40,10 @@ struct ScanWalk {
 // that vanished (those below folders that could not be listed are not counted as such), and adds up
 // the catalogue's figures.
 void CompareWithCatalogue(ScanWalk& walk);
+
+// Has files (keys) read by this scan though they have not changed. Those that the walk did not meet
+// are passed over; the catalogue must have known some files.
+void MarkForReading(ScanWalk& walk, const std::vector<std::string>& keys);
 
 // Adds up the figures that the catalogue keeps of all files.
 void SumCatalogue(ScanStatistics& statistics);

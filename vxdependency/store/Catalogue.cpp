@@ -1,27 +1,26 @@
 #include "vxdependency/store/Catalogue.h"
 
-#include <cstring>
+#include "vxdependency/store/Bytes.h"
 
 namespace vexa::vxdependency {
 namespace {
 
 constexpr std::size_t kEncodedSize = 8 + 8 + 4 + 1;
 
-template <class T>
-void Put(std::string& bytes, T value) {
-    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
-}
-
-template <class T>
-void Take(std::string_view& bytes, T& value) {
-    std::memcpy(&value, bytes.data(), sizeof value);
-    bytes.remove_prefix(sizeof value);
-}
-
 }  // namespace
 
 std::string Catalogue::FileRecordKey(const std::string& key) {
     return "f" + key;
+}
+
+std::string Catalogue::FindingsRecordKey(const std::string& key) {
+    return "u" + key;
+}
+
+std::string Catalogue::AwaitedRecordKey(AwaitedId id, const std::string& key) {
+    std::string record = "w";
+    PutNumber<AwaitedId>(record, id);
+    return record + key;
 }
 
 std::string Catalogue::MetaRecordKey(const std::string& name) {
@@ -35,20 +34,20 @@ std::string Catalogue::VersionRecordKey() {
 std::string Catalogue::Encode(const CatalogueEntry& entry) {
     std::string bytes;
     bytes.reserve(kEncodedSize);
-    Put(bytes, entry.writeTimeNs);
-    Put(bytes, entry.size);
-    Put(bytes, entry.references);
-    Put(bytes, static_cast<std::uint8_t>(entry.failed));
+    PutNumber<std::int64_t>(bytes, entry.writeTimeNs);
+    PutNumber<std::uint64_t>(bytes, entry.size);
+    PutNumber<std::uint32_t>(bytes, entry.references);
+    PutNumber<std::uint8_t>(bytes, entry.failed);
     return bytes;
 }
 
 bool Catalogue::Decode(std::string_view bytes, CatalogueEntry& entry) {
     if (bytes.size() != kEncodedSize) return false;
-    Take(bytes, entry.writeTimeNs);
-    Take(bytes, entry.size);
-    Take(bytes, entry.references);
-    entry.failed = bytes.front() != '\0';
-    return true;
+    std::uint8_t failed = 0;
+    const bool whole = TakeNumber(bytes, entry.writeTimeNs) && TakeNumber(bytes, entry.size) &&
+                       TakeNumber(bytes, entry.references) && TakeNumber(bytes, failed);
+    entry.failed = failed != 0;
+    return whole;
 }
 
 }  // namespace vexa::vxdependency

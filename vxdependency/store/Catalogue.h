@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "vexa/db/VXDatabase.h"
+#include "vxdependency/store/Findings.h"
 
 namespace vexa::vxdependency {
 
@@ -25,14 +26,19 @@ struct CatalogueEntry {
 //   "v"        layout version, 4 bytes
 //   "m" + name a named text of the store as a whole ("m" + "configuration")
 //   "f" + key  a known file: 8 bytes time, 8 bytes size, 4 bytes references, 1 byte failed
+//   "u" + key  what the reading of a file told beside its list (Findings::Encode); none if nothing
+//   "w" + id + key  the file must be read again when the path of this id (8 bytes) appears or
+//              changes; an empty value
 // Integers are in native byte order, as in the dependency records. Records are written in the same
 // transactions as the lists they belong to.
 class Catalogue {
 public:
     // Raise it when the layout of any record changes; stores of another version are moved aside.
-    static constexpr std::uint32_t kLayoutVersion = 1;
+    static constexpr std::uint32_t kLayoutVersion = 2;
 
     static std::string FileRecordKey(const std::string& key);
+    static std::string FindingsRecordKey(const std::string& key);
+    static std::string AwaitedRecordKey(AwaitedId id, const std::string& key);
     static std::string MetaRecordKey(const std::string& name);
     static std::string VersionRecordKey();
 

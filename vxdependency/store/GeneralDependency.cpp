@@ -48,6 +48,14 @@ bool ChangeInverse(VXDatabase& database, const std::string& key,
     return ChangeRecord(database, {IdOf(text), text}, change, transaction);
 }
 
+// What of one sorted list is not in the other.
+std::vector<AwaitedId> Without(const std::vector<AwaitedId>& list,
+                               const std::vector<AwaitedId>& other) {
+    std::vector<AwaitedId> rest;
+    std::ranges::set_difference(list, other, std::back_inserter(rest));
+    return rest;
+}
+
 std::string_view Bytes(const std::int64_t& number) {
     return {reinterpret_cast<const char*>(&number), sizeof number};
 }
@@ -218,16 +226,77 @@ bool GeneralDependency::EraseFile(const std::string& key) {
 bool GeneralDependency::ForEachFile(
     const std::string& prefix,
     const std::function<bool(std::string_view, const CatalogueEntry&)>& visit) {
+    return ForEachCatalogueRecord(
+        Catalogue::FileRecordKey(prefix), [&](std::string_view key, std::string_view value) {
+            CatalogueEntry entry;
+            return !Catalogue::Decode(value, entry) || visit(key.substr(1), entry);
+        });
+}
+
+// Visits the records whose key begins with `prefix`, of one state of the store.
+bool GeneralDependency::ForEachCatalogueRecord(
+    const std::string& prefix,
+    const std::function<bool(std::string_view, std::string_view)>& visit) {
     if (!FlushOwnBatch()) return false;
     const ReadTransaction transaction(m_database);
     if (transaction == nullptr) return false;
-    const std::string from = Catalogue::FileRecordKey(prefix);
     const auto visitRecord = [&](std::string_view key, std::string_view value) {
-        if (!key.starts_with(from)) return false;
-        CatalogueEntry entry;
-        return !Catalogue::Decode(value, entry) || visit(key.substr(1), entry);
+        return key.starts_with(prefix) && visit(key, value);
     };
-    return m_database.ForEach(DatabaseTable::Catalogue, from, visitRecord, transaction);
+    return m_database.ForEach(DatabaseTable::Catalogue, prefix, visitRecord, transaction);
+}
+
+bool GeneralDependency::SetFindings(const std::string& key, const Findings& findings) {
+    const auto lock = m_batch->Lock();
+    Findings old;
+    const bool known = GetFindings(key, old);
+    if (findings.IsEmpty() && !known) return true;
+    if (!m_batch->IsInBatch()) {
+        StoreBatch batch(this);
+        return SetFindings(key, findings) && batch.End();
+    }
+    bool written = true;
+    const auto awaits = [&key](AwaitedId id) { return Catalogue::AwaitedRecordKey(id, key); };
+    for (const AwaitedId id : Without(old.awaited, findings.awaited)) {
+        written &= WriteCatalogue(awaits(id), std::nullopt);
+    }
+    for (const AwaitedId id : Without(findings.awaited, old.awaited)) {
+        written &= WriteCatalogue(awaits(id), "");
+    }
+    const std::string record = Catalogue::FindingsRecordKey(key);
+    if (findings.IsEmpty()) return WriteCatalogue(record, std::nullopt) && written;
+    return WriteCatalogue(record, findings.Encode()) && written;
+}
+
+bool GeneralDependency::GetFindings(const std::string& key, Findings& out) {
+    std::string value;
+    return ReadCatalogue(Catalogue::FindingsRecordKey(key), value) == 0 &&
+           Findings::Decode(value, out);
+}
+
+bool GeneralDependency::ForEachFindings(
+    const std::string& prefix,
+    const std::function<bool(std::string_view, const Findings&)>& visit) {
+    return ForEachCatalogueRecord(
+        Catalogue::FindingsRecordKey(prefix), [&](std::string_view key, std::string_view value) {
+            Findings findings;
+            return !Findings::Decode(value, findings) || visit(key.substr(1), findings);
+        });
+}
+
+bool GeneralDependency::FindAwaiting(const List& paths, List& out) {
+    if (!FlushOwnBatch()) return false;
+    const ReadTransaction transaction(m_database);
+    if (transaction == nullptr) return false;
+    return std::ranges::all_of(paths, [&](const std::string& path) {
+        const std::string prefix = Catalogue::AwaitedRecordKey(AwaitedIdOf(path), "");
+        const auto visit = [&](std::string_view key, std::string_view) {
+            if (!key.starts_with(prefix)) return false;
+            out.emplace_back(key.substr(prefix.size()));
+            return true;
+        };
+        return m_database.ForEach(DatabaseTable::Catalogue, prefix, visit, transaction);
+    });
 }
 
 bool GeneralDependency::GetMeta(const std::string& name, std::string& out) {

@@ -119,6 +119,16 @@ public:
     // flushed first when the calling thread has one). `visit` must not call the store.
     bool ForEachFile(const std::string& prefix,
                      const std::function<bool(std::string_view, const CatalogueEntry&)>& visit);
+    // What the reading of a file told beside its list. Set replaces what was kept; empty findings
+    // leave no record. Get: false when there are none.
+    bool SetFindings(const std::string& key, const Findings& findings);
+    bool GetFindings(const std::string& key, Findings& out);
+    // Visits the findings of the files whose key begins with `prefix`, as ForEachFile does.
+    bool ForEachFindings(const std::string& prefix,
+                         const std::function<bool(std::string_view, const Findings&)>& visit);
+    // Appends the files that await one of these paths; a file may come several times.
+    bool FindAwaiting(const List& paths, List& out);
+
     // A named text of the store as a whole; false when it has none.
     bool GetMeta(const std::string& name, std::string& out);
     bool SetMeta(const std::string& name, const std::string& text);
@@ -156,6 +166,9 @@ private:
     bool IsLogged(const std::string& key, const List& values, signed char mode) const;
     bool Change(const std::string& text, RecordOperation operation, std::string_view value);
     bool WriteCatalogue(const std::string& recordKey, std::optional<std::string> value);
+    bool ForEachCatalogueRecord(
+        const std::string& prefix,
+        const std::function<bool(std::string_view, std::string_view)>& visit);
     int ReadText(const std::string& text, std::string& value);
     int ReadCatalogue(const std::string& recordKey, std::string& value);
     bool RenameKeyInBatch(const std::string& oldKey, const std::string& newKey);

@@ -43,9 +43,9 @@ public:
     using Clock = std::chrono::steady_clock;
     using List = std::vector<std::string>;
 
-    // When Checkpoint flushes. The memory is bounded because LMDB keeps about twice as much in dirty
-    // pages while the log is written: with 24 MB a scan of 120,000 files stays below a kilobyte a
-    // file, with 64 MB it needed 1.3.
+    // When Checkpoint flushes. The memory is bounded because LMDB keeps about twice as much in
+    // dirty pages while the log is written: with 24 MB a scan of 120,000 files stays below a
+    // kilobyte a file, with 64 MB it needed 1.3.
     struct Limits {
         Clock::duration interval = std::chrono::seconds(1);  // or ten times the last flush
         std::size_t bytes = std::size_t{24} << 20;           // memory of the log, about
