@@ -8,15 +8,10 @@
 #include "vexa/util/TextPosition.h"
 
 namespace vexa::fx {
-namespace {
-
-constexpr std::size_t kMaxErrors = 1000;
-
-}  // namespace
 
 void ErrorList::Add(std::size_t offset, std::string reason) {
     const bool isRepeated = !m_errors.empty() && m_errors.back().offset == offset;
-    if (isRepeated || m_errors.size() > kMaxErrors) return;
+    if (isRepeated || IsFull()) return;
     if (m_errors.size() == kMaxErrors) reason = "further errors are not listed";
     m_errors.push_back({offset, std::move(reason)});
 }

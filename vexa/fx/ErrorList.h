@@ -16,11 +16,14 @@ public:
     void Add(std::size_t offset, std::string reason);
 
     bool IsEmpty() const { return m_errors.empty(); }
+    bool IsFull() const { return m_errors.size() > kMaxErrors; }
 
     // All in the order of the text, with their lines and columns.
     std::vector<Message> Locate(std::string_view text) const;
 
 private:
+    static constexpr std::size_t kMaxErrors = 1000;
+
     struct Error {
         std::size_t offset;
         std::string reason;

@@ -68,7 +68,7 @@ void Lexer::SkipBlanksAndComments() {
             ++m_at;
         } else if (c == '\\' && HidesLineFeed(m_at)) {
             m_at = m_text.find('\n', m_at) + 1;
-        } else if (!SkipComment()) {
+        } else if (c != '/' || !SkipComment()) {
             return;
         }
     }

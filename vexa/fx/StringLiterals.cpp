@@ -14,11 +14,9 @@ void StringLiterals::See(const Token& token) {
         m_literals.clear();
     }
     if (isString && !m_mixed) {
-        if (!m_adjacent) {
-            m_literals.push_back({"", token.begin + 1});
-            m_tokens.CountKept();
-        }
+        if (!m_adjacent) m_literals.push_back({"", token.begin + 1});
         AppendLiteral(m_literals.back().text, m_tokens.Text(token));
+        if (!m_adjacent) m_tokens.CountKept();
     }
     m_adjacent = isString;
 }

@@ -17,8 +17,11 @@ constexpr std::size_t kMaxShown = 40;  // bytes of a token in a message
 }  // namespace
 
 bool IsTechniqueWord(std::string_view word) {
-    return EqualsWithoutCase(word, "technique") || EqualsWithoutCase(word, "technique10") ||
-           EqualsWithoutCase(word, "technique11");
+    constexpr std::string_view kWord = "technique";
+    if (word.size() < kWord.size() || !EqualsWithoutCase(word.substr(0, kWord.size()), kWord))
+        return false;
+    const std::string_view version = word.substr(kWord.size());
+    return version.empty() || version == "10" || version == "11";
 }
 
 TokenStream::TokenStream(std::string_view text, ErrorList& errors)
@@ -78,7 +81,8 @@ bool TokenStream::Expect(char symbol) {
 }
 
 void TokenStream::FailExpecting(std::string_view expected) {
-    if (m_current.kind == TokenKind::Broken) return;
+    const bool isKnown = m_current.kind == TokenKind::Broken || m_kept > kMaxKept;
+    if (isKnown || m_errors.IsFull()) return;
     FailAt(m_current.begin, fmt::format("expected {}, found {}", expected, Describe(m_current)));
 }
 

@@ -92,11 +92,11 @@ bool TokenStream::ReadExpression(ExpressionEnd end, See see) {
     Nesting nesting;
     if (Ends(end, nesting)) FailExpecting("a value");
     while (!AtEnd() && !Ends(end, nesting)) {
-        const bool closes = Is('}');
+        const Token token = m_current;
         Track(nesting);
-        see(m_current);
+        see(token);
         Consume();
-        if (closes && nesting.braces == 0 && nesting.parentheses == 0) return true;
+        if (token.symbol == '}' && nesting.braces == 0 && nesting.parentheses == 0) return true;
     }
     if (nesting.parentheses > 0) FailExpecting("')'");
     return false;
