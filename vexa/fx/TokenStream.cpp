@@ -120,19 +120,20 @@ void TokenStream::SkipBraces() {
 }
 
 std::string_view TokenStream::SkipNested(char open, char close) {
-    const std::size_t begin = m_current.end;
+    Consume();
+    const std::size_t begin = m_current.begin;
     std::size_t end = begin;
-    for (std::size_t depth = 0;; Consume()) {
-        if (AtEnd() || Is(';') || Is('{') || Is('}')) {
-            FailExpecting(fmt::format("'{}'", close));
-            return {};
-        }
+    for (std::size_t depth = 1; !AtEnd() && !Is(';') && !Is('{') && !Is('}'); Consume()) {
         if (Is(open)) ++depth;
-        if (Is(close) && --depth == 0) break;
+        if (Is(close)) --depth;
+        if (depth == 0) {
+            Consume();
+            return m_text.substr(begin, end - begin);
+        }
         end = m_current.end;
     }
-    Consume();
-    return m_text.substr(begin, end - begin);
+    FailExpecting(fmt::format("'{}'", close));
+    return {};
 }
 
 void TokenStream::EndStatement(bool afterBraces) {
