@@ -36,7 +36,8 @@ public:
     // An error costs the statement that it stands in, up to the next ';' or balanced '}'. Null
     // when nothing was read: for a text that holds NUL bytes, and for one that has errors and no
     // declaration or technique at all. An empty text is an empty effect. GetErrors tells the
-    // errors in any case. Time is linear in `length`, memory too at worst.
+    // errors in any case. Time is linear in `length`, and so is memory at worst; nothing but
+    // std::bad_alloc is thrown.
     std::shared_ptr<Effect> Parse_IgnoreError(const char* text, std::size_t length);
 
     // The errors of the last parse in the order of the text: the first 1000, then one that says
