@@ -208,9 +208,10 @@ TEST(Effect, HostileTextsEndInLinearTime) {
          {"{", "}", "(", "[", "<", "\"", "\"\n", "a", "a ", ";", ",", "#if\n", "/*", "\\\n",
           "technique a{", "fxgroup a{", "struct a{", "a(", "a<"}) {
         const std::string many = millionOf(piece);
+        EXPECT_TRUE(Reading("int a;" + many).effect) << piece;
         for (const std::string before :
-             {"", "int a;float f(){", "texture t<string s=", "technique t{pass p{VertexShader="})
-            EXPECT_TRUE(Reading(before + many).effect || before.empty()) << before << piece;
+             {"int f(){", "texture t<string s=", "technique t{pass p{VertexShader="})
+            EXPECT_TRUE(Reading(before + many.substr(0, kTimes / 10)).effect) << before << piece;
     }
     Parser parser;
     const std::string declarations = millionOf("int a<string b=\"c\";>;");
