@@ -14,13 +14,22 @@ bool BeginsCharacter(char byte) {
 
 }  // namespace
 
+TextPosition PositionSweep::Advance(std::size_t offset) {
+    const std::string_view passed = m_text.substr(m_offset, offset - m_offset);
+    const std::size_t feed = passed.rfind('\n');
+    if (feed != passed.npos) {
+        m_position.line += static_cast<std::size_t>(std::count(passed.begin(), passed.end(), '\n'));
+        m_position.column = 1;
+    }
+    const std::string_view onLine = passed.substr(feed == passed.npos ? 0 : feed + 1);
+    m_position.column +=
+        static_cast<std::size_t>(std::count_if(onLine.begin(), onLine.end(), BeginsCharacter));
+    m_offset += passed.size();
+    return m_position;
+}
+
 TextPosition PositionOf(std::string_view text, std::size_t offset) {
-    const std::string_view before = text.substr(0, offset);
-    const std::size_t feed = before.rfind('\n');
-    const std::string_view line = before.substr(feed == before.npos ? 0 : feed + 1);
-    const auto feeds = std::count(before.begin(), before.end(), '\n');
-    const auto characters = std::count_if(line.begin(), line.end(), BeginsCharacter);
-    return {static_cast<std::size_t>(feeds) + 1, static_cast<std::size_t>(characters) + 1};
+    return PositionSweep(text).Advance(offset);
 }
 
 std::string DescribeAt(std::string_view text, std::size_t offset, std::string_view reason) {

@@ -13,6 +13,20 @@ struct TextPosition {
     std::size_t column = 1;
 };
 
+// Finds the places of ascending offsets of one text, in one pass over it for all of them.
+class PositionSweep {
+public:
+    explicit PositionSweep(std::string_view text) : m_text(text) {}
+
+    // As PositionOf; `offset` must not be less than before.
+    TextPosition Advance(std::size_t offset);
+
+private:
+    std::string_view m_text;
+    std::size_t m_offset = 0;
+    TextPosition m_position;
+};
+
 // The place of the byte at `offset` of a UTF-8 text; of its end when the offset lies behind it.
 TextPosition PositionOf(std::string_view text, std::size_t offset);
 
