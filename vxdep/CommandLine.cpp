@@ -23,6 +23,8 @@ constexpr char kExamples[] =
     "  vxdep rdeps textures/stone.tga         who uses this texture?\n"
     "  vxdep rdeps textures/old               who uses anything in this folder?\n"
     "  vxdep deps --all levels/harbour.scn    what does this level pull in?\n"
+    "  vxdep missing                          which references lead to nothing?\n"
+    "  vxdep explain levels/harbour.scn       where does each reference come from?\n"
     "  vxdep export > graph.json              the whole graph, for other tools\n"
     "  vxdep check                            does the store match the files?\n"
     "\n"
@@ -31,7 +33,8 @@ constexpr char kExamples[] =
     "goes to standard error. In JSON a byte 0xNN of a path that is not UTF-8 is written as "
     "\\udcNN.\n"
     "\n"
-    "Exit status: 0 done; 1 it could not be done, or \"check\" found something wrong; 2 wrong "
+    "Exit status: 0 done; 1 it could not be done, or \"check\" or \"missing\" found something; 2 "
+    "wrong "
     "usage.\n"
     "\"vxdep COMMAND --help\" tells more of each command.";
 
@@ -75,6 +78,8 @@ ExitCode RunCommandLine(int argc, char** argv) {
     AddScanCommand(app, options, action);
     AddDepsCommand(app, options, action);
     AddRdepsCommand(app, options, action);
+    AddMissingCommand(app, options, action);
+    AddExplainCommand(app, options, action);
     AddExportCommand(app, options, action);
     AddCheckCommand(app, options, action);
     try {

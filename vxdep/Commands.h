@@ -26,6 +26,8 @@ void AddScanCommand(CLI::App& app, const GlobalOptions& options, Action& action)
 void AddDepsCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddRdepsCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddExportCommand(CLI::App& app, const GlobalOptions& options, Action& action);
+void AddMissingCommand(CLI::App& app, const GlobalOptions& options, Action& action);
+void AddExplainCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddCheckCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 
 }  // namespace vxdep

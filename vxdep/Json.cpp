@@ -46,6 +46,11 @@ void WriteText(JsonWriter& writer, std::string_view bytes) {
     writer.RawValue(text.data(), text.size(), rapidjson::kStringType);
 }
 
+void WriteMember(JsonWriter& writer, std::string_view name, std::string_view value) {
+    WriteText(writer, name);
+    WriteText(writer, value);
+}
+
 void WriteArray(JsonWriter& writer, const std::vector<std::string>& list) {
     writer.StartArray();
     for (const std::string& entry : list) WriteText(writer, entry);

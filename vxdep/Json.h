@@ -19,6 +19,7 @@ std::string JsonText(std::string_view bytes);
 
 // A member's name or a string value.
 void WriteText(JsonWriter& writer, std::string_view bytes);
+void WriteMember(JsonWriter& writer, std::string_view name, std::string_view value);
 void WriteArray(JsonWriter& writer, const std::vector<std::string>& list);
 
 }  // namespace vxdep

@@ -7,9 +7,8 @@
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/common/Log.h"
-#include "vxdep/Failure.h"
+#include "vxdep/FindResource.h"
 #include "vxdep/Output.h"
-#include "vxdep/PathArgument.h"
 #include "vxdep/Project.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/store/GeneralDependency.h"
@@ -30,47 +29,9 @@ struct Question {
     bool json = false;
 };
 
-vexa::FileState StateOf(const std::string& key) {
-    return vexa::InterfaceBox::Instance().GetFileService().GetState(key);
-}
-
-bool IsFile(const std::string& key) {
-    CatalogueEntry entry;
-    return StateOf(key).exists || Project::Store().FindFile(key, entry);
-}
-
-bool IsKnown(const std::string& key) {
-    const GraphReader reader(&Project::Store());
-    return IsFile(key) || !reader.Edges(key, Direction::Inverse).empty() ||
-           !reader.Edges(key, Direction::Forward).empty();
-}
-
-std::string_view NameOf(std::string_view key) {
-    return key.substr(key.rfind('/') + 1);
-}
-
-// " (did you mean ...?)" when exactly one known file has the name of `key`.
-std::string Hint(const std::string& key) {
-    List found;
-    const std::string_view name = NameOf(key);
-    Project::Store().ForEachFile("", [&](std::string_view file, const CatalogueEntry&) {
-        if (NameOf(file) == name) found.emplace_back(file);
-        return found.size() < 2;
-    });
-    return found.size() == 1 ? "; did you mean " + found.front() + "?" : "";
-}
-
-// The reading of the argument that exists or that the store knows.
-std::string ChooseKey(const std::string& argument, const List& keys) {
-    for (const std::string& key : keys) {
-        if (IsKnown(key)) return key;
-    }
-    throw Failure(argument + ": no such file, and none refers to it" + Hint(keys.front()));
-}
-
 // A folder stands for the files below it.
 List FilesOf(const std::string& key) {
-    if (!StateOf(key).directory) return {key};
+    if (!IsFolder(key)) return {key};
     const std::string root = vexa::InterfaceBox::Instance().GetResourceRoot();
     List files;
     Project::Manager().GetAllFilesRecursively(key.empty() ? root : root + "/" + key, files);
@@ -81,7 +42,7 @@ List FilesOf(const std::string& key) {
 // Reads again what has changed since it was read. A name that no file has is left alone: it would
 // be recorded as a file that cannot be read.
 List Refreshed(const std::string& key, Direction direction) {
-    if (!IsFile(key)) return {};
+    if (!IsKnownFile(key)) return {};
     return Project::Manager().GetDependency(key, direction == Direction::Inverse);
 }
 
@@ -136,10 +97,7 @@ List Answer(const List& files, const Question& question) {
 
 ExitCode Ask(const GlobalOptions& options, const Question& question) {
     const Project project(options);
-    const List keys = KeysOfArgument(question.path, project.Resources());
-    project.Open();
-    project.LoadGenerators();
-    const List files = FilesOf(ChooseKey(question.path, keys));
+    const List files = FilesOf(OpenAndFind(project, question.path));
     Refresh(files, question);
     vexa::FlushLog();
     Project::WarnIfNeverScanned();
