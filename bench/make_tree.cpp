@@ -1,8 +1,9 @@
 // Makes a project of small XML files that name one another and a set of textures, the same for the
-// same numbers: bench_tree DIR FILES REFERENCES
+// same numbers: bench_tree DIR FILES REFERENCES [shared]
 //
 // References are skewed as in real projects: half of them go to the first hundredth of the
-// textures, so that a few textures have thousands of users and many have one.
+// textures, so that a few textures have thousands of users and many have one. With "shared" the
+// last reference of every file names one and the same texture.
 
 #include <cstdint>
 #include <cstdio>
@@ -23,6 +24,7 @@ struct Tree {
     std::int64_t files;
     std::int64_t textures;
     int references;
+    bool shared;
 };
 
 std::string FolderOf(std::int64_t index) {
@@ -62,7 +64,8 @@ std::string SceneText(const Tree& tree, std::mt19937_64& random) {
             text += "  <include file=\"" + SceneOf(number % tree.files) + "\"/>\n";
         } else {
             const std::int64_t popular = tree.textures / 100 + 1;
-            const std::int64_t range = i % 2 == 0 ? popular : tree.textures;
+            const bool all = tree.shared && i + 1 == tree.references;
+            const std::int64_t range = all ? 1 : i % 2 == 0 ? popular : tree.textures;
             text += "  <object id=\"o" + std::to_string(i) + "\" x=\"1.5\" y=\"-2\" texture=\"" +
                     TextureOf(number % range) + "\"/>\n";
         }
@@ -84,12 +87,13 @@ void MakeRules(const Tree& tree) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4) {
-        std::fprintf(stderr, "usage: bench_tree DIR FILES REFERENCES\n");
+    const bool shared = argc == 5 && std::string(argv[4]) == "shared";
+    if (argc != 4 && !shared) {
+        std::fprintf(stderr, "usage: bench_tree DIR FILES REFERENCES [shared]\n");
         return 2;
     }
     const std::int64_t files = std::atoll(argv[2]);
-    const Tree tree{argv[1], files, files / 5 + 1, std::atoi(argv[3])};
+    const Tree tree{argv[1], files, files / 5 + 1, std::atoi(argv[3]), shared};
     MakeRules(tree);
     MakeFolders(tree, tree.files, SceneOf);
     MakeFolders(tree, tree.textures, TextureOf);
