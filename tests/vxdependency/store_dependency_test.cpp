@@ -229,12 +229,12 @@ protected:
 };
 
 TEST_F(StoreOpening, DamagedStoreIsMovedAside) {
-    Directory().Write("temp/gen_dep/data.mdb", std::string(20000, 'x'));
-    Reopen("damaged", "data.mdb.damaged-1");
-    m_store.Close();
-    Directory().Write("temp/gen_dep/data.mdb", std::string(20000, 'y'));
+    for (const char* movedTo : {"data.mdb.damaged-1", "data.mdb.damaged-2"}) {
+        Directory().Write("temp/gen_dep/data.mdb", std::string(20000, 'x'));
+        Reopen("damaged", movedTo);
+        m_store.Close();
+    }
     m_store.Open();
-    EXPECT_TRUE(Directory().Exists("temp/gen_dep/data.mdb.damaged-2"));
 }
 
 TEST_F(StoreOpening, OtherLayoutIsMovedAside) {
