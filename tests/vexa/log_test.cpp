@@ -16,15 +16,14 @@ using Messages = std::vector<std::pair<LogSeverity, std::string>>;
 
 class LogTest : public testing::Test {
 protected:
-    void SetUp() override {
+    LogTest() {
         SetLogSink([this](LogSeverity severity, const std::string& text) {
             m_messages.emplace_back(severity, text);
         });
     }
-    void TearDown() override {
+    ~LogTest() override {
         FlushLog();
         SetLogSink({});
-        SetLogLevel(0);
     }
     const Messages& Flushed() {
         FlushLog();
