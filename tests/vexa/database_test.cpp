@@ -48,6 +48,11 @@ public:
         const bool added = Put(key, value, transaction) == 0;
         return TransCommit(transaction) && added;
     }
+    bool StoreMany(int begin, int end, const std::string& value) {
+        MDB_txn* transaction = TransBegin();
+        for (int i = begin; i < end; ++i) Put(std::to_string(i), value, transaction);
+        return TransCommit(transaction);
+    }
     // "" when there is none, or on failure.
     std::string Load(const std::string& key) {
         std::string value;
@@ -434,12 +439,8 @@ TEST_F(DatabaseTest, WritersInALoopLetOthersPass) {
     Signal signal;
     ChildProcess other([&] {
         Database database(m_path);
-        while (MDB_txn* transaction = database.TransBegin()) {
-            // Time goes by inside the transaction, hardly any between two of them.
-            for (int i = 0; i < 3000; ++i) database.Put(std::to_string(i), "value", transaction);
-            if (!database.TransCommit(transaction)) break;
-            signal.Send();
-        }
+        // Time goes by inside the transaction, hardly any between two of them.
+        while (database.StoreMany(0, 3000, "value")) signal.Send();
         return 1;
     });
     signal.Wait();
@@ -475,12 +476,8 @@ TEST_F(DatabaseTest, DamageIsTold) {
     const std::string path = m_directory.MakeDir("store");
     {
         Database database(path);
-        for (const int from : {0, 500, 1000, 1500}) {
-            MDB_txn* transaction = database.TransBegin();
-            for (int i = from; i < from + 500; ++i)
-                ASSERT_EQ(database.Put(std::to_string(i), std::string(300, 'v'), transaction), 0);
-            ASSERT_TRUE(database.TransCommit(transaction));
-        }
+        for (const int from : {0, 500, 1000, 1500})
+            ASSERT_TRUE(database.StoreMany(from, from + 500, std::string(300, 'v')));
         // The end is a value; the roots come to lie in reused pages before it.
         ASSERT_TRUE(database.Store("big", std::string(100000, 'v')));
         for (int i = 0; i < 4; ++i) ASSERT_TRUE(database.Store("small", "value"));
@@ -572,21 +569,17 @@ TEST_F(DatabaseTest, DeniedAccessIsNoDamage) {
 }
 
 TEST_F(DatabaseTest, FullDiskLeavesTheStoreAsItWas) {
-    ASSERT_TRUE(Database(m_path).Store("key", "value"));
+    ASSERT_TRUE(Database(m_path).Store("0", "value"));
     ChildProcess child([&] {
         Database database(m_path);
         const FullDisk full(256 << 10);
-        MDB_txn* transaction = database.TransBegin();
-        database.Put("key", "lost", transaction);
-        for (int i = 0; i < 1000; ++i)
-            database.Put(std::to_string(i), std::string(1000, 'v'), transaction);
-        if (database.TransCommit(transaction)) return 1;
+        if (database.StoreMany(0, 1000, std::string(1000, 'v'))) return 1;
         if (database.GetError().find(m_path) == std::string::npos) return 2;
-        return database.Load("key") == "value" && database.Store("other", "fits") ? 0 : 3;
+        return database.Load("0") == "value" && database.Store("other", "fits") ? 0 : 3;
     });
     EXPECT_EQ(child.Wait(), 0);
     Database database(m_path);
-    EXPECT_EQ(database.Load("key"), "value");
+    EXPECT_EQ(database.Load("0"), "value");
     EXPECT_EQ(database.Load("999"), "");
     EXPECT_EQ(database.Load("other"), "fits");
 }
