@@ -322,22 +322,23 @@ TEST_F(DatabaseTest, CloseUnderReadersMakesThemFail) {
     }
 }
 
-TEST_F(DatabaseTest, ManyReadersAtOnce) {
-    Database database(m_path);
-    ASSERT_TRUE(database.Store("key", "value"));
-    std::vector<MDB_txn*> readers(900);
-    for (MDB_txn*& reader : readers) reader = database.TransBeginRead();
-    ASSERT_TRUE(database.Store("key", "later"));
-    std::string value;
-    for (MDB_txn* reader : readers) {
-        ASSERT_EQ(database.Find("key", value, reader), 0);
-        ASSERT_EQ(value, "value");
-        database.TransAbort(reader);
-    }
-    EXPECT_EQ(database.Load("key"), "later");
-}
-
-TEST_F(DatabaseTest, ThreadsReadWhileOneWritesAndOneReopens) {
+TEST_F(DatabaseTest, ReadersOfThreadsAndProcessesSeeWholeTransactionsInOrder) {
+    Signal started;
+    const auto watch = [&] {
+        Database database(m_path);
+        started.Send();
+        return WatchPair(database, [](int number) { return number == 300; }) ? 0 : 1;
+    };
+    const auto reopen = [&] {
+        for (int i = 0; i < 30; ++i) {
+            Database database(m_path);
+            if (!database.Store("key", "value") || LoadPair(database) < 0) return 1;
+        }
+        return 0;
+    };
+    ChildProcess processes[] = {ChildProcess(watch), ChildProcess(watch), ChildProcess(reopen),
+                                ChildProcess(reopen)};
+    started.Wait(2);
     Database keeper(m_path);
     std::vector<std::jthread> threads;
     for (int i = 0; i < 6; ++i)
@@ -348,33 +349,7 @@ TEST_F(DatabaseTest, ThreadsReadWhileOneWritesAndOneReopens) {
         while (!stop.stop_requested()) ASSERT_GE(LoadPair(*std::make_unique<Database>(m_path)), 0);
     });
     for (int i = 1; i <= 300; ++i) ASSERT_TRUE(StorePair(keeper, i));
-}
-
-TEST_F(DatabaseTest, ProcessesSeeWholeTransactions) {
-    Signal started;
-    const auto reader = [&] {
-        Database database(m_path);
-        started.Send();
-        return WatchPair(database, [](int number) { return number == 300; }) ? 0 : 1;
-    };
-    ChildProcess first(reader), second(reader);
-    started.Wait(2);
-    Database database(m_path);
-    for (int i = 1; i <= 300; ++i) ASSERT_TRUE(StorePair(database, i));
-    EXPECT_EQ(first.Wait(), 0);
-    EXPECT_EQ(second.Wait(), 0);
-}
-
-TEST_F(DatabaseTest, ProcessesOpenAndCloseAtOnce) {
-    const auto user = [&] {
-        for (int i = 0; i < 30; ++i) {
-            Database database(m_path);
-            if (!database.Store("key", "value") || database.Load("key") != "value") return 1;
-        }
-        return 0;
-    };
-    ChildProcess users[] = {ChildProcess(user), ChildProcess(user), ChildProcess(user)};
-    for (ChildProcess& process : users) EXPECT_EQ(process.Wait(), 0);
+    for (ChildProcess& process : processes) EXPECT_EQ(process.Wait(), 0);
 }
 
 TEST_F(DatabaseTest, KilledWriterLosesOnlyItsLastTransaction) {
