@@ -2,6 +2,7 @@
 
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,16 +21,12 @@ public:
         if (::pipe(m_ends) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
     }
     ~Signal() {
-        ::close(m_ends[0]);
-        ::close(m_ends[1]);
+        for (const int end : m_ends) ::close(end);
     }
     Signal(const Signal&) = delete;
     Signal& operator=(const Signal&) = delete;
 
-    void Send() const {
-        const char byte = 1;
-        [[maybe_unused]] const ssize_t sent = ::write(m_ends[1], &byte, 1);
-    }
+    void Send() const { [[maybe_unused]] const ssize_t sent = ::write(m_ends[1], "!", 1); }
     // Waits for `count` messages.
     void Wait(int count = 1) const {
         char byte = 0;
@@ -71,6 +68,35 @@ public:
 
 private:
     pid_t m_process;
+};
+
+// The result of a function that a child runs without the rights of root, which may do everything.
+inline int RunWithoutRights(const std::function<int()>& body) {
+    return ChildProcess([&] {
+               constexpr uid_t kNobody = 65534;
+               return ::geteuid() == 0 && ::setuid(kNobody) != 0 ? 126 : body();
+           })
+        .Wait();
+}
+
+// For its life no file can be written beyond a size, as on a full disk.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t size) : m_handler(::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit = {size, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() {
+        ::setrlimit(RLIMIT_FSIZE, &m_before);
+        ::signal(SIGXFSZ, m_handler);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+private:
+    rlimit m_before = {};
+    void (*m_handler)(int);
 };
 
 }  // namespace vexa::test

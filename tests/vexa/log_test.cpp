@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -16,15 +15,14 @@ using Messages = std::vector<std::pair<LogSeverity, std::string>>;
 
 class LogTest : public testing::Test {
 protected:
-    void SetUp() override {
+    LogTest() {
         SetLogSink([this](LogSeverity severity, const std::string& text) {
             m_messages.emplace_back(severity, text);
         });
     }
-    void TearDown() override {
+    ~LogTest() override {
         FlushLog();
         SetLogSink({});
-        SetLogLevel(0);
     }
     const Messages& Flushed() {
         FlushLog();
@@ -48,23 +46,6 @@ TEST_F(LogTest, DropsMessagesAboveTheLevel) {
     SetLogLevel(2);
     Log(2, "kept");
     EXPECT_EQ(Flushed(), (Messages{{LogSeverity::Info, "kept"}}));
-}
-
-TEST_F(LogTest, KeepsTheOrderOfEachThread) {
-    constexpr int kThreads = 4, kEach = 500;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([t] {
-            for (int i = 0; i < kEach; ++i) Log(0, "%d %d", t, i);
-        });
-    for (std::thread& thread : threads) thread.join();
-
-    std::vector<int> next(kThreads, 0);
-    for (const auto& [severity, text] : Flushed()) {
-        const auto blank = text.find(' ');
-        EXPECT_EQ(std::stoi(text.substr(blank)), next[std::stoul(text)]++);
-    }
-    EXPECT_EQ(next, std::vector<int>(kThreads, kEach));
 }
 
 TEST_F(LogTest, SurvivesASinkThatThrowsAndASinkThatLogs) {

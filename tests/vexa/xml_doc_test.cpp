@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -40,24 +40,20 @@ XmlDoc Parsed(const std::string& text) {
 }
 
 std::string Encode(const std::u32string& text, TextEncoding encoding) {
+    const bool big = encoding == TextEncoding::Utf16Big || encoding == TextEncoding::Utf32Big;
+    const bool wide = encoding == TextEncoding::Utf32Big || encoding == TextEncoding::Utf32Little;
     std::string bytes;
-    const auto put = [&](std::uint32_t unit, int width, bool big) {
+    const auto put = [&](char32_t unit) {
+        const int width = wide ? 4 : 2;
         for (int i = 0; i < width; ++i)
             bytes += static_cast<char>(unit >> 8 * (big ? width - 1 - i : i));
     };
-    const auto put16 = [&](char32_t c, bool big) {
-        if (c < 0x10000) return put(c, 2, big);
-        put(0xD800 + ((c - 0x10000) >> 10), 2, big);
-        put(0xDC00 + ((c - 0x10000) & 0x3FF), 2, big);
-    };
     for (const char32_t c : text) {
-        switch (encoding) {
-            case TextEncoding::Utf16Little:
-            case TextEncoding::Utf16Big:
-                put16(c, encoding == TextEncoding::Utf16Big);
-                break;
-            default:
-                put(c, 4, encoding == TextEncoding::Utf32Big);
+        if (wide || c < 0x10000) {
+            put(c);
+        } else {
+            put(0xD800 + ((c - 0x10000) >> 10));
+            put(0xDC00 + ((c - 0x10000) & 0x3FF));
         }
     }
     return bytes;
@@ -112,12 +108,11 @@ TEST(XmlDoc, ViewsOnNothingAnswer) {
 }
 
 TEST(XmlDoc, ResolvesAttributeValuesAndKnowsWhereTheyStand) {
-    struct Case {
+    const struct {
         std::string text;   // an element "a" with an attribute "f"
         std::string value;  // as it reads
         std::string bytes;  // as it stands in the file
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"<a f=\"x.png\"/>", "x.png", "x.png"},
         {"\xEF\xBB\xBF<a f=\"x.png\"/>", "x.png", "x.png"},
         {"<a g='&amp;&amp;'\r\n\tf = 'x&amp;y &#x41;&#66;'/>", "x&y AB", "x&amp;y &#x41;&#66;"},
@@ -128,14 +123,14 @@ TEST(XmlDoc, ResolvesAttributeValuesAndKnowsWhereTheyStand) {
         {"<a f='&unknown; &'/>", "&unknown; &", "&unknown; &"},
         {"<a f='\xC3\xA4\xE9'/>", "\xC3\xA4\xE9", "\xC3\xA4\xE9"},
     };
-    for (const Case& c : cases) {
-        const XmlDoc document = Parsed(c.text);
-        EXPECT_EQ(document.GetSource(), c.text);
-        EXPECT_EQ(AttributeOf(document, "f"), c.value);
+    for (const auto& [text, value, bytes] : cases) {
+        const XmlDoc document = Parsed(text);
+        EXPECT_EQ(document.GetSource(), text);
+        EXPECT_EQ(AttributeOf(document, "f"), value);
         const std::size_t offset = document.GetAttributeOffset("", "f");
-        ASSERT_NE(offset, XmlDoc::npos) << c.text;
-        EXPECT_EQ(c.text.substr(offset, c.bytes.size()), c.bytes);
-        EXPECT_EQ(c.text[offset - 1], c.text[offset + c.bytes.size()]) << "the quotes around it";
+        ASSERT_NE(offset, XmlDoc::npos) << text;
+        EXPECT_EQ(text.substr(offset, bytes.size()), bytes);
+        EXPECT_EQ(text[offset - 1], text[offset + bytes.size()]) << "the quotes around it";
         EXPECT_EQ(document.GetAttributeOffset("", "h"), XmlDoc::npos);
     }
 }
@@ -197,30 +192,26 @@ TEST(XmlDoc, DeepAndWideDocumentsAreReadInLinearTime) {
     EXPECT_EQ(node.GetChildCount(""), kWidth);
 }
 
-void Replay(const std::filesystem::path& path) {
-    SCOPED_TRACE(path);
-    std::ifstream stream(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    XmlDoc document;
-    const bool accepted = document.OpenText(bytes);
-    EXPECT_EQ(accepted, path.parent_path().filename() == "accepted") << document.GetError();
-    EXPECT_EQ(accepted, document.GetError().empty());
-    if (!accepted) return;
-    const std::size_t offset = document.GetAttributeOffset("", "f");
-    if (offset == XmlDoc::npos) return;
-    const char quote = DecodeToUtf8(bytes, DetectXmlEncoding(bytes)).at(offset - 1);
-    EXPECT_TRUE(quote == '"' || quote == '\'') << quote;
-}
-
 TEST(XmlDoc, AcceptsOrRefusesEachPastInputAsItsFolderSays) {
-    int count = 0;
+    std::map<std::string, int> files;
     for (const auto& entry :
          std::filesystem::recursive_directory_iterator(VX_SOURCE_DIR "/tests/regression/xml")) {
         if (!entry.is_regular_file()) continue;
-        Replay(entry.path());
-        ++count;
+        SCOPED_TRACE(entry.path());
+        const std::string folder = entry.path().parent_path().filename();
+        ++files[folder];
+        std::ifstream stream(entry.path(), std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+        XmlDoc document;
+        const bool accepted = document.OpenText(bytes);
+        EXPECT_EQ(accepted, folder == "accepted") << document.GetError();
+        EXPECT_EQ(accepted, document.GetError().empty());
+        const std::size_t offset = document.GetAttributeOffset("", "f");
+        if (!accepted || offset == XmlDoc::npos) continue;
+        const char quote = DecodeToUtf8(bytes, DetectXmlEncoding(bytes)).at(offset - 1);
+        EXPECT_TRUE(quote == '"' || quote == '\'') << quote;
     }
-    EXPECT_GT(count, 0);
+    EXPECT_EQ(files.size(), 2U);
 }
 
 }  // namespace

@@ -72,10 +72,9 @@ class ProjectCase(unittest.TestCase):
 
     def run_vxdep(self, *arguments, cwd=None, **options):
         options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": 120, **options}
-        process = subprocess.run(
+        return Result(subprocess.run(
             self.command(*arguments), cwd=cwd or self.root, stdin=subprocess.DEVNULL,
-            preexec_fn=ordinary_signals, **options)
-        return Result(process)
+            preexec_fn=ordinary_signals, **options))
 
     def succeed(self, *arguments, **options):
         result = self.run_vxdep(*arguments, **options)

@@ -8,12 +8,17 @@ from support import ProjectCase, scene
 USERS_OF_STONE = ["levels/harbour.scene"]
 
 
-class Answers(ProjectCase):
+class Scanned(ProjectCase):
     def setUp(self):
         super().setUp()
         self.write_harbour()
         self.succeed("scan")
 
+    def expect(self, lines, *arguments, **options):
+        self.assertEqual(self.succeed(*arguments, **options).lines, lines, (arguments, options))
+
+
+class Answers(Scanned):
     def test_answers(self):
         cases = [
             (["deps", "levels/harbour.scene"], ["props/barrel.scene", "textures/stone.tga"]),
@@ -46,42 +51,31 @@ class Answers(ProjectCase):
                 "textures/stone.tga": ["levels/harbour.scene"],
                 "textures/wood.tga": ["props/barrel.scene"]}})
 
-    def test_a_changed_file_is_read_again(self):
+    def test_changed_files_are_read_again(self):
         # The new answer must not depend on the clock having moved on by a second.
-        self.write("props/barrel.scene", scene("textures/stone.tga"))
-        self.assertEqual(self.succeed("deps", "props/barrel.scene").lines, ["textures/stone.tga"])
-        self.assertEqual(self.succeed("rdeps", "textures/wood.tga").lines, [])
-
-    def test_all_goes_through_changed_files(self):
-        self.write("props/rope.scene", scene("textures/unused.tga"))
         self.write("props/barrel.scene", scene("props/rope.scene"))
-        self.assertEqual(
-            self.succeed("deps", "--all", "levels/harbour.scene").lines,
-            ["props/barrel.scene", "props/rope.scene", "textures/stone.tga",
-             "textures/unused.tga"])
+        self.write("props/rope.scene", scene("textures/unused.tga"))
+        self.expect(["props/barrel.scene", "props/rope.scene", "textures/stone.tga",
+                     "textures/unused.tga"], "deps", "--all", "levels/harbour.scene")
+        self.write("props/barrel.scene", scene("textures/stone.tga"))
+        self.expect(["textures/stone.tga"], "deps", "props/barrel.scene")
+        self.expect([], "rdeps", "textures/wood.tga")
 
     def test_a_ring_ends(self):
         self.write("a.scene", scene("b.scene"))
         self.write("b.scene", scene("a.scene"))
-        self.assertEqual(self.succeed("deps", "--all", "a.scene").lines, ["a.scene", "b.scene"])
-
-    def test_a_vanished_file_has_an_answer(self):
-        (self.res / "textures/stone.tga").unlink()
-        self.assertEqual(self.succeed("rdeps", "textures/stone.tga").lines, USERS_OF_STONE)
+        self.expect(["a.scene", "b.scene"], "deps", "--all", "a.scene")
 
     def test_unknown_paths(self):
-        cases = [
-            ("old/stone.tga", ["old/stone.tga", "did you mean textures/stone.tga?"]),
-            ("nowhere.tga", ["nowhere.tga"]),
-        ]
         self.write("a/twin.tga")
         self.write("b/twin.tga")
         self.succeed("scan")
-        for path, texts in cases:
+        for path, text in (("old/stone.tga", "did you mean textures/stone.tga?"),
+                           ("nowhere.tga", "no such file")):
             with self.subTest(path):
-                self.refuse("rdeps", path, says=texts)
+                self.refuse("rdeps", path, says=[path, text])
         self.assertNotIn("did you mean", self.refuse("deps", "twin.tga").err)
-        self.assertEqual(self.succeed("check").lines, ["7 files: all is in step"])
+        self.expect(["7 files: all is in step"], "check")
 
     def test_without_a_scan_the_answer_warns(self):
         (self.root / "temp").rename(self.base / "temp")
@@ -92,12 +86,7 @@ class Answers(ProjectCase):
         self.succeed("-q", "deps", "levels/harbour.scene")
 
 
-class PathForms(ProjectCase):
-    def setUp(self):
-        super().setUp()
-        self.write_harbour()
-        self.succeed("scan")
-
+class PathForms(Scanned):
     def test_forms_of_one_path(self):
         link = self.base / "link"
         link.symlink_to(self.root)
@@ -105,26 +94,21 @@ class PathForms(ProjectCase):
         textures.symlink_to(self.res / "textures")
         cases = [
             (self.root, "textures/stone.tga"),
-            (self.root, "res/textures/stone.tga"),
             (self.root, "./res//textures/./stone.tga"),
             (self.root, "res/levels/../textures/stone.tga"),
             (self.root, "textures/stone.tga/"),
             (self.root, "textures\\stone.tga"),
-            (self.root, str(self.res / "textures/stone.tga")),
             (self.root, str(link / "res/textures/stone.tga")),
             (self.root, str(textures / "stone.tga")),
             (self.res / "textures", "stone.tga"),
             (self.res / "levels", "../textures/stone.tga"),
             (self.res / "levels", "textures/stone.tga"),
-            (link, "res/textures/stone.tga"),
             (link / "res/textures", "stone.tga"),
         ]
         for cwd, path in cases:
             with self.subTest(path, cwd=cwd):
-                self.assertEqual(self.succeed("rdeps", path, cwd=cwd).lines, USERS_OF_STONE)
-        self.assertEqual(
-            self.succeed("-C", "link", "rdeps", "textures-link/stone.tga", cwd=self.base).lines,
-            USERS_OF_STONE)
+                self.expect(USERS_OF_STONE, "rdeps", path, cwd=cwd)
+        self.expect(USERS_OF_STONE, "-C", "link", "rdeps", "textures-link/stone.tga", cwd=self.base)
 
     def test_the_working_directory_comes_first(self):
         self.write("levels/textures/stone.tga")
@@ -132,15 +116,14 @@ class PathForms(ProjectCase):
         self.succeed("scan")
         for cwd, expected in ((self.res / "levels", ["levels/quay.scene"]),
                               (self.res, USERS_OF_STONE)):
-            self.assertEqual(self.succeed("rdeps", "textures/stone.tga", cwd=cwd).lines, expected)
+            self.expect(expected, "rdeps", "textures/stone.tga", cwd=cwd)
 
     def test_a_vanished_file_by_its_place(self):
         (self.res / "textures/stone.tga").unlink()
-        for cwd, path in ((self.root, "res/textures/stone.tga"),
+        for cwd, path in ((self.root, "res/textures/stone.tga"), (self.root, "textures/stone.tga"),
                           (self.res / "textures", "stone.tga"),
                           (self.base, str(self.res / "textures/stone.tga"))):
-            result = self.succeed("-C", str(self.root), "rdeps", path, cwd=cwd)
-            self.assertEqual(result.lines, USERS_OF_STONE, path)
+            self.expect(USERS_OF_STONE, "-C", str(self.root), "rdeps", path, cwd=cwd)
 
     def test_paths_outside(self):
         (self.base / "outside.tga").touch()
@@ -153,7 +136,7 @@ class PathForms(ProjectCase):
         (self.res / "alias.tga").symlink_to("textures/stone.tga")
         self.write("alias.scene", scene("alias.tga"))
         self.succeed("scan")
-        self.assertEqual(self.succeed("rdeps", "alias.tga").lines, ["alias.scene"])
+        self.expect(["alias.scene"], "rdeps", "alias.tga")
         self.assertEqual(self.succeed("check").code, 0)
 
     def test_odd_names(self):
@@ -166,8 +149,8 @@ class PathForms(ProjectCase):
         self.succeed("scan")
         for name in names:
             with self.subTest(name):
-                self.assertEqual(self.succeed("deps", "--", name).lines, [texture])
-                self.assertEqual(self.succeed("deps", "--", name, cwd=self.res).lines, [texture])
+                self.expect([texture], "deps", "--", name)
+                self.expect([texture], "deps", "--", name, cwd=self.res)
         users = sorted(names + USERS_OF_STONE, key=os.fsencode)
         result = self.succeed("rdeps", texture)
         self.assertEqual(result.out, b"".join(os.fsencode(user) + b"\n" for user in users))
@@ -176,7 +159,7 @@ class PathForms(ProjectCase):
 
     def test_hash_in_a_name(self):
         self.write("a#b.tga")
-        self.assertEqual(self.succeed("rdeps", "a#b.tga").lines, [])
+        self.expect([], "rdeps", "a#b.tga")
 
 
 if __name__ == "__main__":

@@ -35,16 +35,10 @@ int Strategy(const std::string& extension, const std::string& element,
 }
 
 TEST(Config, NormalisesElementNames) {
-    const std::vector<std::pair<std::string, std::string>> cases = {
-        {"Layer_7", "Layer_*"}, {"Layer_12", "Layer_*"},
-        {"Layer_", "Layer_*"},  {"Layer7", "Layer*"},
-        {"Tex30", "Tex*"},      {"Layer", "Layer"},
-        {"a_b", "a_b"},         {"a1b", "a1b"},
-        {"a1b22", "a1b*"},      {"_", "_*"},
-        {"_5", "_*"},           {"Layer_*", "Layer_*"},
-        {"123", "123"},         {"", ""},
-        {"L_1_2", "L_1_*"},
-    };
+    const std::pair<std::string, std::string> cases[] = {
+        {"Layer_7", "Layer_*"}, {"Layer7", "Layer*"}, {"Layer", "Layer"}, {"Layer_", "Layer_*"},
+        {"Layer_*", "Layer_*"}, {"Tex30", "Tex*"},    {"a_b", "a_b"},     {"a1b22", "a1b*"},
+        {"L_1_2", "L_1_*"},     {"_5", "_*"},         {"123", "123"},     {"", ""}};
     for (const auto& [name, expected] : cases) {
         std::string key = name;
         NormaliseElementName(key);
@@ -79,11 +73,12 @@ TEST(Config, ClassFlags) {
         return std::array{g.ClassFlag11(), g.ClassFlag12(), g.ClassFlag13(), g.ClassFlag14()};
     };
     // The manager owns what is made.
-    EXPECT_THAT(flags(*new CDependencyXML("a")), ElementsAre(false, true, false, true));
-    EXPECT_THAT(flags(*new CDependencySurf("b")), ElementsAre(false, true, false, true));
-    EXPECT_THAT(flags(*new CDependencyAnimationXML("c")), ElementsAre(false, true, false, true));
-    EXPECT_THAT(flags(*new CDependencySkeletonXML("d")), ElementsAre(true, true, true, true));
-    EXPECT_THAT(flags(*new CDependencyAnimConfig("e")), ElementsAre(true, true, true, true));
+    const CDependencyXML* const files[] = {new CDependencyXML("a"), new CDependencySurf("b"),
+                                           new CDependencyAnimationXML("c")};
+    const CDependencyXML* const sets[] = {new CDependencySkeletonXML("d"),
+                                          new CDependencyAnimConfig("e")};
+    for (const auto* g : files) EXPECT_THAT(flags(*g), ElementsAre(false, true, false, true));
+    for (const auto* g : sets) EXPECT_THAT(flags(*g), ElementsAre(true, true, true, true));
 }
 
 TEST(Config, ReadsRulesByPositionAtAnyDepth) {
@@ -119,17 +114,13 @@ TEST(Config, ReadsRulesByPositionAtAnyDepth) {
 TEST(Config, TooFewMembersEndTheLoaderButKeepWhatWasMade) {
     const test::Project project;
     for (const std::string broken : {"{}", "{\"1\": \"a\", \"2\": \"b\"}", "\"text\""}) {
-        const std::string config = R"({"first": {"name_list": [{"1": "a", "2": "b", "3": 1}]},
+        const std::string path = project.Directory().Write(
+            "config.json", R"({"first": {"name_list": [{"1": "a", "2": "b", "3": 1}]},
             "broken": {"name_list": [{"1": "a", "2": "kept", "3": 1},
-            )" + broken + R"(]}, "never": {}})";
-        const std::string path = project.Directory().Write("config.json", config);
+            )" + broken + R"(]}, "never": {}})");
         test::LogCapture log;
-        try {
-            LoadXmlGenerators(path);
-            ADD_FAILURE() << "no exception for " << broken;
-        } catch (const std::out_of_range& error) {
-            EXPECT_STREQ(error.what(), "invalid vector subscript");
-        }
+        EXPECT_THAT([&] { LoadXmlGenerators(path); },
+                    testing::ThrowsMessage<std::out_of_range>("invalid vector subscript"));
         EXPECT_THAT(log.TakeTexts(),
                     ElementsAre(path + ": line 3: a rule of \"broken\" has fewer than three "
                                        "members"));
@@ -139,26 +130,25 @@ TEST(Config, TooFewMembersEndTheLoaderButKeepWhatWasMade) {
     }
 }
 
-TEST(Config, UnusableFilesMakeNoGeneratorsAndSaySo) {
+TEST(Config, UnusableFilesSaySoAndMakeNoGenerators) {
     const test::Project project;
-    const auto load = [&](const std::string& path) {
-        test::LogCapture log;
+    test::LogCapture log;
+    LoadXmlGenerators(project.Directory().Path("none.json"));
+    EXPECT_THAT(log.TakeTexts(), IsEmpty());
+    const std::pair<const char*, const char*> cases[] = {
+        {"{\"a\": {},\n\"b\"", "line 2"},
+        {"[{\"a\": {}}]", ": not an object with one member per extension"},
+        {"{\"a\": {\"name_list\": [\n{\"1\": \"Tex1\", \"2\": \"b\", \"3\": 1}]}}",
+         ": line 2: no element matches \"Tex1\": a numbered name is written \"Tex*\""}};
+    for (const auto& [text, message] : cases) {
+        const std::string path = project.Directory().Write("config.json", text);
         LoadXmlGenerators(path);
-        return log.TakeTexts();
-    };
-    EXPECT_THAT(load(project.Directory().Path("none.json")), IsEmpty());
-    const std::string broken = project.Directory().Write("broken.json", "{\"a\": {},\n\"b\"");
-    EXPECT_THAT(load(broken), ElementsAre(testing::AllOf(testing::StartsWith(broken + ": "),
-                                                         HasSubstr("line 2"))));
-    const std::string list = project.Directory().Write("list.json", "[{\"a\": {}}]");
-    EXPECT_THAT(load(list), ElementsAre(list + ": not an object with one member per extension"));
-    const std::string dead = project.Directory().Write(
-        "dead.json", "{\"a\": {\"name_list\": [\n{\"1\": \"Tex1\", \"2\": \"b\", \"3\": 1}]}}");
-    EXPECT_THAT(load(dead), ElementsAre(dead + ": line 2: no element matches \"Tex1\": a numbered "
-                                               "name is written \"Tex*\""));
+        EXPECT_THAT(log.TakeTexts(), ElementsAre(testing::AllOf(testing::StartsWith(path + ": "),
+                                                                HasSubstr(message))));
+    }
     std::vector<std::string> extensions;
     CDependencyManager::GetSingletonPtr()->GetRegisterExtList(extensions);
-    EXPECT_THAT(extensions, ElementsAre("a"));
+    EXPECT_THAT(extensions, ElementsAre("a")) << "of the last, whose rule is merely useless";
 }
 
 TEST(Config, WalkVisitsMembersInFileOrderAndMayPassOver) {

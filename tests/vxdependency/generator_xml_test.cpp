@@ -54,12 +54,11 @@ std::string Repeat(const std::string& text, int times) {
 TEST_F(XmlReading, FindsTheReferencesThatRulesName) {
     project.Touch("a.png", "dir/a.png", "dir/b.png", "dir/c d.png", "dir/sub/c.png", "dir/x#1.png");
     const std::string plain = "<r><Item_1 file='b.png'/></r>";
-    struct Case {
+    const struct {
         const char* what;
         std::string text;
         List expected;
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {"numbered elements share a rule",
          "<r><Item_1 file='b.png'/><Item_22 file='a.png'/></r>",
          {"dir/b.png", "dir/a.png", "a.png"}},
@@ -108,11 +107,11 @@ TEST_F(XmlReading, FindsTheReferencesThatRulesName) {
          {"dir/b.png"}},
         {"deep nesting", Repeat("<n>", 100'000) + plain + Repeat("</n>", 100'000), {"dir/b.png"}},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        project.Write("dir/f.doc", c.text);
+    for (const auto& [what, text, expected] : cases) {
+        SCOPED_TRACE(what);
+        project.Write("dir/f.doc", text);
         EXPECT_TRUE(Read("dir/f.doc"));
-        EXPECT_EQ(first, c.expected);
+        EXPECT_EQ(first, expected);
         EXPECT_THAT(second, IsEmpty());
     }
 }

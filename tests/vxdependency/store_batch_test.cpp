@@ -1,11 +1,10 @@
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <algorithm>
-#include <csignal>
 #include <latch>
 #include <thread>
 
+#include "tests/support/ChildProcess.h"
 #include "tests/support/LogCapture.h"
 #include "tests/vxdependency/store_support.h"
 #include "vxdependency/store/WriteBatch.h"
@@ -18,30 +17,13 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using ::testing::UnorderedElementsAre;
+using vexa::test::FullDisk;
 using vexa::test::LogCapture;
 
 constexpr int kMany = 50000;
 
-// Lets the process write to the start of a file only, as a full disk would.
-class FullDisk {
-public:
-    FullDisk() : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit = {4096, m_before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() {
-        ::setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
-
-private:
-    rlimit m_before = {};
-    void (*m_handler)(int);
-};
+// Room for the start of a file alone.
+constexpr int kLittle = 4096;
 
 std::string Level(int number) {
     return "levels/house_" + std::to_string(number) + ".scene";
@@ -119,7 +101,7 @@ TEST_F(StoreBatchTest, FailedFlushDropsEverythingAndLaterBatchesWork) {
     EXPECT_TRUE(m_store.RenameKey("k", "l"));
     EXPECT_TRUE(m_store.SetFile("k", {}));
     {
-        const FullDisk full;
+        const FullDisk full(kLittle);
         EXPECT_FALSE(m_store.FlushBatch());
     }
     EXPECT_THAT(m_store.GetWriteError(), HasSubstr(Directory().Path()));
@@ -139,7 +121,7 @@ TEST_F(StoreBatchTest, FlushThatFailsForAnotherThreadFailsTheRestOfTheFile) {
     StoreBatch batch(&m_store);
     EXPECT_TRUE(m_store.SetDependency("k", {"v"}, 3));
     std::jthread([&] {
-        const FullDisk full;
+        const FullDisk full(kLittle);
         EXPECT_FALSE(m_store.AddDependency("other", "v", 3));
     }).join();
     EXPECT_FALSE(m_store.SetTimeStamp("k", 3));
@@ -172,8 +154,8 @@ protected:
         std::string value;
         return ReadRecord(m_database, IdOf(key), value, ReadTransaction(m_database)) == 0;
     }
-    bool IsStoredByCheckpoint(WriteBatch& batch, const std::string& key, const std::string& value) {
-        EXPECT_TRUE(batch.Set(key, {value}, 3));
+    bool IsStoredByCheckpoint(WriteBatch& batch, const std::string& key, std::size_t size = 1) {
+        EXPECT_TRUE(batch.Set(key, {std::string(size, 'v')}, 3));
         EXPECT_TRUE(batch.Checkpoint());
         return IsStored(key);
     }
@@ -187,18 +169,22 @@ TEST_F(BatchLimits, FlushesAfterTimeAndSize) {
     WriteBatch batch(m_database, {10s, 100000, [this] { return m_now; }});
     batch.Begin();
     batch.Begin();
-    EXPECT_FALSE(IsStoredByCheckpoint(batch, "a", "v"));
-    m_now += 9s;
-    EXPECT_FALSE(IsStoredByCheckpoint(batch, "b", "v"));
-    m_now += 1s;
-    EXPECT_TRUE(IsStoredByCheckpoint(batch, "c", "v"));
-    EXPECT_FALSE(IsStoredByCheckpoint(batch, "d", "v"));
-    EXPECT_TRUE(IsStoredByCheckpoint(batch, "e", std::string(120000, 'v')));
-    EXPECT_TRUE(batch.Set("f", {"v"}, 3));
+    const struct {
+        const char* key;
+        std::chrono::seconds later;
+        std::size_t size;
+        bool stored;
+    } steps[] = {{"at once", 0s, 1, false},   {"early", 9s, 1, false},
+                 {"in time", 1s, 1, true},    {"early again", 9s, 1, false},
+                 {"large", 0s, 120000, true}, {"small", 0s, 1, false}};
+    for (const auto& [key, later, size, stored] : steps) {
+        m_now += later;
+        EXPECT_EQ(IsStoredByCheckpoint(batch, key, size), stored) << key;
+    }
     EXPECT_TRUE(batch.End());
-    EXPECT_FALSE(IsStored("f")) << "an inner level is no end";
+    EXPECT_FALSE(IsStored("small")) << "an inner level is no end";
     EXPECT_TRUE(batch.End());
-    EXPECT_TRUE(IsStored("f"));
+    EXPECT_TRUE(IsStored("small"));
     EXPECT_FALSE(batch.End());
 }
 
@@ -206,11 +192,11 @@ TEST_F(BatchLimits, RestsTenTimesAsLongAsItFlushed) {
     // Each look at the clock takes a second, so a flush does.
     WriteBatch batch(m_database, {0s, 100000000, [this] { return m_now += 1s; }});
     batch.Begin();
-    EXPECT_TRUE(IsStoredByCheckpoint(batch, "a", "v"));
+    EXPECT_TRUE(IsStoredByCheckpoint(batch, "a"));
     for (int second = 1; second < 10; ++second) {
-        EXPECT_FALSE(IsStoredByCheckpoint(batch, "b", "v")) << second;
+        EXPECT_FALSE(IsStoredByCheckpoint(batch, "b")) << second;
     }
-    EXPECT_TRUE(IsStoredByCheckpoint(batch, "b", "v"));
+    EXPECT_TRUE(IsStoredByCheckpoint(batch, "b"));
     EXPECT_TRUE(batch.End());
 }
 

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 
 #include "tests/vxdependency/store_model.h"
@@ -62,25 +61,6 @@ INSTANTIATE_TEST_SUITE_P(Mixes, EntryListAgainstText,
                          ::testing::Values(Mix{"growing", 8, 0}, Mix{"steady", 5, 0},
                                            Mix{"shrinking", 3, 0}, Mix{"separators", 7, 3}),
                          [](const auto& mix) { return std::string(mix.param.name); });
-
-// Linear searches would take minutes here.
-TEST(EntryList, LongListsInAnyOrder) {
-    constexpr int kEntries = 50000;
-    std::vector<std::string> names;
-    for (int i = 0; i < kEntries; ++i) {
-        names.push_back("levels/district_" + std::to_string(i % 100) + "/house_" +
-                        std::to_string(i) + ".scene");
-    }
-    EntryList list;
-    for (const std::string& name : names) list.Add(name);
-    for (const std::string& name : names) list.Add(name);
-    std::vector<std::string> entries;
-    EntryList::Split(list.Text(), entries);
-    EXPECT_EQ(entries, names);
-    std::shuffle(entries.begin(), entries.end(), std::mt19937(1));
-    for (const std::string& name : entries) list.RemoveFirstMatch(name);
-    EXPECT_TRUE(list.IsEmpty());
-}
 
 }  // namespace
 }  // namespace vexa::vxdependency::test

@@ -112,8 +112,10 @@ TEST_F(GraphReaderTest, EdgesThatOnlyOneEndHoldsAreHidden) {
 
 TEST_F(GraphReaderTest, OwnBatchIsFlushedFirst) {
     StoreBatch batch(&m_store);
-    ASSERT_TRUE(m_store.AddDependency("a", "b", 3));
-    EXPECT_THAT(m_reader.Edges("b", Direction::Inverse), ElementsAre("a"));
+    ASSERT_TRUE(m_store.AddDependency("a", "b", 3) && m_store.SetFile("a", {}));
+    EXPECT_EQ(Export(Direction::Forward), (Graph{{"a", {"b"}}}));
+    ASSERT_TRUE(m_store.AddDependency("a", "c", 3));
+    EXPECT_THAT(m_reader.Edges("c", Direction::Inverse), ElementsAre("a"));
 }
 
 TEST_F(GraphReaderTest, NodesThatThousandsShare) {

@@ -8,21 +8,21 @@
 
 namespace vexa::vxdependency::test {
 
-// The store's rules, written down naively on a map of texts to values. Each operation returns what
-// the store's does.
+// The store's rules, written down naively on a map of texts to values. Operations are called as the
+// store's are and return what those do.
 class StoreModel {
 public:
     using List = std::vector<std::string>;
 
     std::map<std::string, std::string> records;
 
-    bool Add(const std::string& key, const List& values, int mode) {
+    bool AddDependency(const std::string& key, const List& values, int mode) {
         return Merge(key, values, ListOf(key), mode);
     }
-    bool Set(const std::string& key, const List& values, int mode) {
+    bool SetDependency(const std::string& key, const List& values, int mode) {
         return Merge(key, values, "", mode);
     }
-    bool Remove(const std::string& key, const List& values, int mode) {
+    bool RemoveDependency(const std::string& key, const List& values, int mode) {
         if (records.count(key) == 0) return false;
         const auto before = records;
         std::string forward = ListOf(key);
@@ -37,13 +37,21 @@ public:
         records = before;
         return false;
     }
-    bool RemoveAll(const std::string& key, int mode) { return Remove(key, Get(key), mode); }
+    bool RemoveDependency(const std::string& key, int mode) {
+        return RemoveDependency(key, Get(key), mode);
+    }
+    bool RemoveInverseDependency(const std::string& key, const std::string& value) {
+        return RemoveDependency(key + "#", List{value}, 1);
+    }
+    bool EraseForward(const std::string& key) { return records.erase(key), true; }
     bool RenameKey(const std::string& from, const std::string& to) {
         const List values = Get(from);
-        return Atomically([&] { return Remove(from, values, 3) && Add(to, values, 3); });
+        return Atomically(
+            [&] { return RemoveDependency(from, values, 3) && AddDependency(to, values, 3); });
     }
     bool RenameValue(const std::string& key, const std::string& from, const std::string& to) {
-        return Atomically([&] { return Remove(key, {from}, 3) && Add(key, {to}, 3); });
+        return Atomically(
+            [&] { return RemoveDependency(key, List{from}, 3) && AddDependency(key, {to}, 3); });
     }
     bool EraseInverseEntry(const std::string& key, const std::string& value) {
         if (records.count(key + "#") == 0) return true;
@@ -54,8 +62,9 @@ public:
         Store(key + "#", list);
         return true;
     }
-    void SetTimeStamp(const std::string& path, std::int64_t time) {
+    bool SetTimeStamp(const std::string& path, std::int64_t time) {
         records[path + "!"] = std::string(reinterpret_cast<const char*>(&time), sizeof time);
+        return true;
     }
     std::int64_t GetTimeStamp(const std::string& path) const {
         std::int64_t time = -1;
