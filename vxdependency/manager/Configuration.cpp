@@ -6,6 +6,8 @@
 #include "vexa/io/JsonData.h"
 #include "vexa/io/PackageManager.h"
 #include "vexa/os/WindowsApi.h"
+#include "vxdependency/generators/DependencyNfx.h"
+#include "vxdependency/generators/DependencyShader.h"
 #include "vxdependency/generators/GeneratorConfig.h"
 
 namespace vexa {
@@ -33,6 +35,9 @@ std::string Configuration::FirstMissing() const {
 
 void Configuration::CreateGenerators() const {
     LoadXmlGenerators(xmlPath);
+    // The manager owns generators from their construction on.
+    for (const char* extension : {"vs", "ps", "hlsl"}) new CDependencyShader(extension);
+    for (const char* extension : {"nfx", "spx"}) new CDependencyNfx(extension);
 }
 
 std::optional<std::string> Configuration::Fingerprint() const {

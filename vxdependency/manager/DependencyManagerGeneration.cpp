@@ -6,10 +6,11 @@
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/common/Log.h"
-#include "vexa/io/Path.h"
 #include "vexa/os/FindFiles.h"
 #include "vexa/os/WindowsApi.h"
+#include "vxdependency/generators/BindingStem.h"
 #include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/generators/DependencyXML.h"
 #include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/manager/FindingsObserver.h"
@@ -40,6 +41,16 @@ FileLook LookAt(const std::string& path) {
     look.state = os::StateOfFound(handle);
     _findclose(handle);
     return look;
+}
+
+// The config-driven families say themselves what is wrong with a file; the others are silent.
+bool IsSilent(const CDependencyBase& generator) {
+    return dynamic_cast<const CDependencyXML*>(&generator) == nullptr;
+}
+
+void WarnUnreadable(const std::string& key) {
+    LogWarning("%s: cannot be read%s", key.c_str(),
+               Files().FileExists(key) ? "" : ": there is no such file");
 }
 
 bool HoldsSeparator(const std::string& text) {
@@ -117,6 +128,7 @@ std::unique_ptr<FileReading> CDependencyManager::ReadReferences(const std::strin
             generator->GenerateDependency(GeneratorForm(key), dependencies, secondList);
     }
     reading->findings = observer.Take();
+    if (!reading->readable && IsSilent(*generator)) WarnUnreadable(key);
     AppendStoredForm(key, dependencies, reading->list);
     AppendStoredForm(key, secondList, reading->list);
     MakeVectorUnique(reading->list);
@@ -318,8 +330,9 @@ void CDependencyManager::BindingFiles(const std::string& path, bool isExplicit, 
     const std::string file = GeneratorForm(key);
     const List suffixes = isExplicit ? generator->GetExplicitBindingFiles(file)
                                      : generator->GetImplicitBindingFiles(file);
+    const std::string stem = BindingStem(*generator, key);
     for (const std::string& suffix : suffixes) {
-        std::string bound = vxio::GetStem(key) + suffix;
+        std::string bound = stem + suffix;
         if (Files().FileExists(bound)) {
             out.push_back(std::move(bound));
         } else {
