@@ -21,7 +21,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr const char* kConfig =
-    R"({"surf": {"name_list": [{"e": "use", "a": "file", "s": 1}, {"e": "use", "a": "also", "s": 1}]}})";
+    R"({"surf": {"name_list": [{"e": "use", "a": "file", "s": 1}, {"e": "use", "a": "also", "s": 1}]},
+        "spr": {"name_list": [{"e": "use", "a": "file", "s": 1}]}})";
 
 std::string Including(const List& names) {
     std::string text;
@@ -114,6 +115,13 @@ TEST_F(ShaderReading, EffectsListAllThatTheyLeadTo) {
     List bound;
     Manager().GetImplicitBindingFiles("a.b.nfx", bound);
     EXPECT_THAT(bound, ElementsAre("a.b_gl.vs", "a.b.fx"));
+}
+
+TEST_F(ShaderReading, FollowsWhatIsNamedWithALeadingSlash) {
+    project.Touch("s/b.png");
+    project.Write("s/a.spr", "<use file='b.png'/>");
+    project.Write("fx/e.nfx", "texture T < string R = \"/s/a.spr\"; >;");
+    EXPECT_THAT(Manager().GenerateDependency("fx/e.nfx", ""), ElementsAre("s/a.spr", "s/b.png"));
 }
 
 TEST_F(ShaderReading, SurfacesListWhatTheirShadersInclude) {

@@ -23,7 +23,7 @@ IFileService& Files() {
 // The key, or the path as it stands when it has none.
 std::string IdentityOf(const std::string& path) {
     std::string key;
-    return Files().MakeRelative(path, key) ? key : path;
+    return Files().KeyOfReference(path, key) ? key : path;
 }
 
 template <class Element>
