@@ -25,7 +25,7 @@ def main():
         shutil.rmtree(options.copy_to, ignore_errors=True)
         project = shutil.copytree(project, options.copy_to)
     builtin = options.builtin or project + "/builtin"
-    forward = reading.read_graph(project, builtin)
+    forward = reading.Project(project, builtin).forward()
     expected = {"forward": forward, "inverse": reading.inverse_of(forward)}
     answered = ask(options.vxdep, project, builtin)
 
