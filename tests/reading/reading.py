@@ -76,8 +76,9 @@ class Project:
         return found + sorted(walked)
 
     def references(self, key):
+        reader = self._reader_of(key)
         try:
-            return list(self._reader_of(key)(key))
+            return list(reader(key)) if reader else []
         except Unreadable:
             return []
 
@@ -90,7 +91,7 @@ class Project:
             readers = [reader for reader in readers if reader == wanted]
         if extension in _OTHERS:
             readers.append(functools.partial(_OTHERS[extension], self))
-        return readers[0] if readers else lambda key: ()
+        return readers[0] if readers else None
 
     def _xml(self, key):
         by_name, companions, _ = self.xml_rules[extension_of(key)]
@@ -142,12 +143,12 @@ class Project:
 
     def _animation(self, key):
         text = binary.animation_text(self.tree.read(key))
-        return [self._as_written(text, beside(key, text))]
+        return [self._as_written(text, beside(key, text))] if text else []
 
     def _chunk(self, key):
         surface, textures = binary.chunk_texts(self.tree.read(key))
-        if ".surf" in surface:
-            textures = [surface] * (extension_of(surface) in self.known()) + textures
+        if ".surf" in surface and self._reader_of(surface):
+            textures.insert(0, surface)
         return (self._as_written(text, text) for text in textures)
 
     def _as_written(self, text, path):
