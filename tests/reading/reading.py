@@ -40,7 +40,7 @@ class Project:
     def forward(self):
         graph = {}
         for key in self._sources():
-            entries = {_stored(entry) for entry in self.entries(key)}
+            entries = {_stored(entry) for entry in self.entries(key)} - {"", "."}
             entries = sorted((entry for entry in entries if "#" not in entry), key=os.fsencode)
             if entries:
                 graph[key] = entries
@@ -130,12 +130,12 @@ class Project:
         data = self.tree.read(key)
         for name in shader.include_names(data):
             yield self._as_written(name, beside(key, name))
-        for texture in effect.textures(data):
-            yield self._as_written(texture, texture)
-        for path in effect.pass_shaders(data):
-            name, dot, extension = path.partition(".")
-            variants = (path, name + "_gl" + dot + extension, name + "_metal" + dot + extension)
-            found = [variant for variant in variants if self.tree.has(variant)]
+        images, sources = effect.named_files(data)
+        yield from (self._as_written(image, image) for image in images)
+        for path in sources:
+            stem = stem_of(path)
+            variants = [stem + variant + path[len(stem):] for variant in ("", "_gl", "_metal")]
+            found = list(filter(self.tree.has, variants))
             yield Reference(path, found, bool(found))
 
     def _sprite(self, key):
@@ -143,7 +143,8 @@ class Project:
 
     def _animation(self, key):
         text = binary.animation_text(self.tree.read(key))
-        return [self._as_written(text, beside(key, text))] if text else []
+        path = os.path.normpath(beside(key, text).replace("\\", "/").lstrip("/"))
+        return [self._as_written(text, path)] if text else []
 
     def _chunk(self, key):
         surface, textures = binary.chunk_texts(self.tree.read(key))
