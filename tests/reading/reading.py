@@ -31,9 +31,10 @@ class Reference(NamedTuple):
 
 class Project:
     def __init__(self, project, builtin):
-        config = os.path.join(builtin, "res/builtin/dependency_config/")
-        self.xml_rules = rules.load_rules(config + "xml_config.json", rules.xml_rule)
-        self.json_rules = rules.load_rules(config + "json_config.json", rules.json_rule)
+        self.families = [
+            (module, rules.load_rules(f"{builtin}/res/builtin/dependency_config/{name}", rule_of))
+            for module, name, rule_of in [(xml_family, "xml_config.json", rules.xml_rule),
+                                          (json_family, "json_config.json", rules.json_rule)]]
         self.tree = Tree(os.path.join(project, "res"))
         self._open = set()
 
@@ -84,42 +85,35 @@ class Project:
 
     def _reader_of(self, key):
         extension = extension_of(key)
-        readers = [self._xml] * (extension in self.xml_rules)
-        readers += [self._json] * (extension in self.json_rules)
-        if extension in ("animation", "skeleton"):
-            wanted = self._json if self._is_json(key) else self._xml
-            readers = [reader for reader in readers if reader == wanted]
+        readers = [functools.partial(self._ruled, module.texts, generators[extension])
+                   for module, generators in self.families
+                   if extension in generators and self._suits(key, module)]
         if extension in _OTHERS:
             readers.append(functools.partial(_OTHERS[extension], self))
         return readers[0] if readers else None
 
-    def _xml(self, key):
-        by_name, companions, _ = self.xml_rules[extension_of(key)]
-        yield from self._companions(key, companions)
-        for text, read, mask in xml_family.texts(self.tree.read(key), by_name):
-            yield self._by_rule(key, text, read, mask)
+    def _suits(self, key, module):
+        """Both families may have rules for these two: it depends on the file."""
+        if extension_of(key) not in ("animation", "skeleton"):
+            return True
+        try:
+            json_family.parse(self.tree.read(key))
+        except Unreadable:
+            return module is xml_family
+        return module is json_family
 
-    def _json(self, key):
-        by_name, companions, ignored = self.json_rules[extension_of(key)]
-        yield from self._companions(key, companions)
-        for text, read, mask in json_family.texts(self.tree.read(key), by_name, ignored):
-            yield self._by_rule(key, text, read, mask)
-
-    def _companions(self, key, companions):
+    def _ruled(self, texts_of, generator, key):
+        by_name, companions, ignored = generator
         for suffix, mask in companions:
-            if self.tree.has(stem_of(key) + suffix):
-                yield self._by_rule(key, stem_of(key) + suffix, stem_of(key) + suffix, mask)
+            companion = stem_of(key) + suffix
+            if self.tree.has(companion):
+                yield self._by_rule(key, companion, companion, mask)
+        for text, read, mask in texts_of(self.tree.read(key), by_name, ignored):
+            yield self._by_rule(key, text, read, mask)
 
     def _by_rule(self, key, text, read, mask):
         found = self.tree.named_by(key, read, mask)
         return Reference(text, sorted(found), bool(found))
-
-    def _is_json(self, key):
-        try:
-            json_family.parse(self.tree.read(key))
-        except Unreadable:
-            return False
-        return True
 
     def _shader(self, key):
         for name in shader.include_names(self.tree.read(key)):
@@ -133,7 +127,7 @@ class Project:
         images, sources = effect.named_files(data)
         yield from (self._as_written(image, image) for image in images)
         for path in sources:
-            stem = stem_of(path)
+            stem = stem_of(path.replace("\\", "/"))
             variants = [stem + variant + path[len(stem):] for variant in ("", "_gl", "_metal")]
             found = list(filter(self.tree.has, variants))
             yield Reference(path, found, bool(found))

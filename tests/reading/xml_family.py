@@ -5,8 +5,8 @@ import markup
 ON_CHILDREN = 0x40
 
 
-def texts(data, by_element):
-    """The texts that an XML file refers by, each with its mask."""
+def texts(data, by_element, _ignored):
+    """The texts that a file refers by, each as written, as read and with its mask."""
     open_rules = []  # of the elements around
     for depth, name, attributes in markup.elements(data):
         rules = by_element.get(_pattern_of(name), [])
