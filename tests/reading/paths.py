@@ -24,7 +24,7 @@ def key_of(text):
 
 def beside(key, name):
     """The path of a name that is meant from the folder of a file."""
-    return os.path.dirname(key) + "/" + name
+    return (os.path.dirname(key) or ".") + "/" + name
 
 
 def stem_of(key):
