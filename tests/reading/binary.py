@@ -36,7 +36,7 @@ def chunk_texts(data):
         textures += [fields.text() for _ in range(count)]
     columns, rows = fields.take("II")
     fields.take(f"{4 * columns * rows}x")
-    if not fields.at_end():
+    if fields.at != len(data):
         raise Unreadable("more than a chunk")
     return os.fsdecode(surface.split(b"\0")[0]), [text for text in textures if text]
 
@@ -58,6 +58,3 @@ class _Fields:
         if b"\0" in text:
             raise Unreadable("a NUL in a text")
         return os.fsdecode(text)
-
-    def at_end(self):
-        return self.at == len(self.data)
