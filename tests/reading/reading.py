@@ -41,7 +41,7 @@ class Project:
     def forward(self):
         graph = {}
         for key in self._sources():
-            entries = {_stored(entry) for entry in self.entries(key)} - {"", "."}
+            entries = {_stored(entry) for entry in self.entries(key)} - {""}
             entries = sorted((entry for entry in entries if "#" not in entry), key=os.fsencode)
             if entries:
                 graph[key] = entries
@@ -138,7 +138,7 @@ class Project:
     def _animation(self, key):
         text = binary.animation_text(self.tree.read(key))
         path = os.path.normpath(beside(key, text).replace("\\", "/").lstrip("/"))
-        return [self._as_written(text, path)] if text else []
+        return [self._as_written(text, path)] if text and path != "." else []
 
     def _chunk(self, key):
         surface, textures = binary.chunk_texts(self.tree.read(key))
