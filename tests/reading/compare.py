@@ -18,6 +18,7 @@ def main():
     arguments.add_argument("--builtin", help="the rules; PROJECT/builtin")
     arguments.add_argument("--copy-to", help="work on a copy of the project made there")
     arguments.add_argument("--edges", type=int, help="the number of edges that there must be")
+    arguments.add_argument("--missing", action="store_true", help="compare what is missing as well")
     options = arguments.parse_args()
 
     project = options.project
@@ -25,9 +26,14 @@ def main():
         shutil.rmtree(options.copy_to, ignore_errors=True)
         project = shutil.copytree(project, options.copy_to)
     builtin = options.builtin or project + "/builtin"
-    forward = reading.read_graph(project, builtin)
+    read = reading.Project(project, builtin)
+    forward = read.forward()
     expected = {"forward": forward, "inverse": reading.inverse_of(forward)}
-    answered = ask(options.vxdep, project, builtin)
+    vxdep = Vxdep(options.vxdep, project, builtin)
+    answered = vxdep.answer("export")
+    if options.missing:
+        expected["missing"] = texts_by_file(read.missing())
+        answered["missing"] = texts_by_file(vxdep.answer("missing", "--ok", "--json"))
 
     failures = [line for side in expected for line in differences(side, expected, answered)]
     edges = sum(map(len, forward.values()))
@@ -36,17 +42,29 @@ def main():
     if not edges:
         failures.append("no edges at all")
     write("\n".join(failures))
-    write(f"{project}: {edges} edges from {len(forward)} files, {len(failures)} differences")
+    write(f"{project}: {edges} edges from {len(forward)} files, {len(failures)} lines of differences")
     return 1 if failures else 0
 
 
-def ask(vxdep, project, builtin):
-    """The graph of a store made from nothing."""
-    shutil.rmtree(project + "/temp", ignore_errors=True)
-    command = [vxdep, "-q", "-C", project, "--builtin", builtin]
-    subprocess.run(command + ["scan"], check=True, stdout=subprocess.DEVNULL)
-    export = subprocess.run(command + ["export"], check=True, stdout=subprocess.PIPE)
-    return json.loads(os.fsdecode(export.stdout))
+class Vxdep:
+    """Answers from a store made from nothing."""
+
+    def __init__(self, program, project, builtin):
+        self.command = [program, "-q", "-C", project, "--builtin", builtin]
+        shutil.rmtree(project + "/temp", ignore_errors=True)
+        subprocess.run(self.command + ["scan"], check=True, stdout=subprocess.DEVNULL)
+
+    def answer(self, *arguments):
+        run = subprocess.run([*self.command, *arguments], check=True, stdout=subprocess.PIPE)
+        return json.loads(os.fsdecode(run.stdout))
+
+
+def texts_by_file(references):
+    """The places differ in what they count by; a text stands for all its places in a file."""
+    found = {}
+    for reference in references:
+        found.setdefault(reference["file"], set()).add(reference["text"])
+    return {file: sorted(texts) for file, texts in found.items()}
 
 
 def differences(side, expected, answered):

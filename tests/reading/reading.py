@@ -1,181 +1,171 @@
 #!/usr/bin/env python3
 """A second opinion: reads a project's resource graph with nothing of the program under test.
 
-    reading.py PROJECT [--builtin DIR]
+    reading.py PROJECT [--builtin DIR] [--missing]
 
-prints what `vxdep export` ought to print. It knows the rules of the XML family alone.
+prints what `vxdep export` ought to print; with --missing, the references that name no file.
 """
 
 import argparse
+import functools
 import json
 import os
-import re
 import sys
+from typing import NamedTuple
 
-import markup
-
-DIRECTORY, ROOT, ANCHORED, SELECTOR, IMAGE = 0x1, 0x2, 0x8, 0x20, 0x100
-ON_CHILDREN = 0x40
-LONGEST_PATH = 260
-IMAGES = ("dds", "vol", "tga", "bmp", "jpg", "spr", "png", "exr", "hdr", "ktx")
-
-
-class Members(list):
-    """A JSON object as its (name, value) pairs: rules go by the order of members."""
-
-
-def load_rules(path):
-    """Extension -> (rules by element pattern, companion rules), each rule (attribute, mask)."""
-    with open(path, encoding="utf-8") as file:
-        config = json.load(file, object_pairs_hook=Members)
-    generators = {}
-    for extension, body in config:
-        if extension:
-            generators.setdefault(extension, _rules_of(body))
-    return generators
+import binary
+import effect
+import json_family
+import rules
+import shader
+import xml_family
+from markup import Unreadable
+from paths import Tree, beside, extension_of, is_a_path, key_of, stem_of
 
 
-def _rules_of(body):
-    by_element, companions = {}, []
-    for rule in _name_list_entries(body):
-        element, attribute, mask = (value for _, value in rule[:3])
-        if element:
-            by_element.setdefault(element, []).append((attribute, mask))
-        else:
-            companions.append((attribute, mask))
-    return by_element, companions
+class Reference(NamedTuple):
+    text: str  # as it stands in the file
+    entries: list  # what the file is thereby said to refer to
+    resolves: bool
 
 
-def _name_list_entries(value):
-    if isinstance(value, Members):
-        for name, member in value:
-            if name == "name_list":
-                yield from member
-            yield from _name_list_entries(member)
-    elif isinstance(value, list):
-        for element in value:
-            yield from _name_list_entries(element)
+class Project:
+    def __init__(self, project, builtin):
+        self.families = [
+            (module, rules.load_rules(f"{builtin}/res/builtin/dependency_config/{name}", rule_of))
+            for module, name, rule_of in [(xml_family, "xml_config.json", rules.xml_rule),
+                                          (json_family, "json_config.json", rules.json_rule)]]
+        self.tree = Tree(os.path.join(project, "res"))
+        self._open = set()
+
+    def forward(self):
+        graph = {}
+        for key in self._sources():
+            entries = {_stored(entry) for entry in self.entries(key)} - {""}
+            entries = sorted((entry for entry in entries if "#" not in entry), key=os.fsencode)
+            if entries:
+                graph[key] = entries
+        return graph
+
+    def missing(self):
+        found = []
+        for key in self._sources():
+            own = self.references(key)
+            resolved = {reference.text for reference in own if reference.resolves}
+            found += [(key, text) for text in {reference.text for reference in own} - resolved
+                      if is_a_path(text)]
+        return [{"file": key, "text": text} for key, text in sorted(found)]
+
+    def _sources(self):
+        return (key for key in self.tree.files() if "#" not in key and self.tree.has(key))
+
+    def entries(self, key):
+        """What a file refers to, and what it is said to refer to because of files it names."""
+        self._open.add(key)
+        found = [entry for reference in self.references(key) for entry in reference.entries]
+        follows = _FOLLOWED.get(extension_of(key), lambda entry: False)
+        stack = [entry for entry in found if follows(entry)]
+        walked = set()
+        while stack:
+            entry = stack.pop()
+            if entry in walked:
+                continue
+            walked.add(entry)
+            if self.tree.has(entry) and key_of(entry) not in self._open:
+                stack += self.entries(key_of(entry))
+        self._open.remove(key)
+        return found + sorted(walked)
+
+    def references(self, key):
+        reader = self._reader_of(key)
+        try:
+            return list(reader(key)) if reader else []
+        except Unreadable:
+            return []
+
+    def _reader_of(self, key):
+        extension = extension_of(key)
+        readers = [functools.partial(self._ruled, module.texts, generators[extension])
+                   for module, generators in self.families
+                   if extension in generators and self._suits(key, module)]
+        if extension in _OTHERS:
+            readers.append(functools.partial(_OTHERS[extension], self))
+        return readers[0] if readers else None
+
+    def _suits(self, key, module):
+        """Both families may have rules for these two: it depends on the file."""
+        if extension_of(key) not in ("animation", "skeleton"):
+            return True
+        try:
+            json_family.parse(self.tree.read(key))
+        except Unreadable:
+            return module is xml_family
+        return module is json_family
+
+    def _ruled(self, texts_of, generator, key):
+        by_name, companions, ignored = generator
+        for suffix, mask in companions:
+            companion = stem_of(key) + suffix
+            if self.tree.has(companion):
+                yield self._by_rule(key, companion, companion, mask)
+        for text, read, mask in texts_of(self.tree.read(key), by_name, ignored):
+            yield self._by_rule(key, text, read, mask)
+
+    def _by_rule(self, key, text, read, mask):
+        found = self.tree.named_by(key, read, mask)
+        return Reference(text, sorted(found), bool(found))
+
+    def _shader(self, key):
+        for name in shader.include_names(self.tree.read(key)):
+            path = beside(key, name)
+            yield Reference(name, [path] * self.tree.has(path), self.tree.has(path))
+
+    def _effect(self, key):
+        data = self.tree.read(key)
+        for name in shader.include_names(data):
+            yield self._as_written(name, beside(key, name))
+        images, sources = effect.named_files(data)
+        yield from (self._as_written(image, image) for image in images)
+        for path in sources:
+            stem = stem_of(path.replace("\\", "/"))
+            variants = [stem + variant + path[len(stem):] for variant in ("", "_gl", "_metal")]
+            found = list(filter(self.tree.has, variants))
+            yield Reference(path, found, bool(found))
+
+    def _sprite(self, key):
+        return (self._as_written(text, text) for text in binary.sprite_texts(self.tree.read(key)))
+
+    def _animation(self, key):
+        text = binary.animation_text(self.tree.read(key))
+        path = os.path.normpath(beside(key, text).replace("\\", "/").lstrip("/"))
+        return [self._as_written(text, path)] if text and path != "." else []
+
+    def _chunk(self, key):
+        surface, textures = binary.chunk_texts(self.tree.read(key))
+        if ".surf" in surface and self._reader_of(surface):
+            textures.insert(0, surface)
+        return (self._as_written(text, text) for text in textures)
+
+    def _as_written(self, text, path):
+        """A reference that is kept whether its file exists or not."""
+        return Reference(text, [path], self.tree.has(path))
 
 
-def pattern_of(element):
-    """Layer_7 is governed by the rules for Layer_*, Tex3 by those for Tex*."""
-    stem = element.rstrip("0123456789")
-    return stem + "*" if stem and (stem != element or stem.endswith("_")) else element
+_OTHERS = {
+    "vs": Project._shader, "ps": Project._shader, "hlsl": Project._shader,
+    "nfx": Project._effect, "spx": Project._effect,
+    "spr": Project._sprite, "chunk": Project._chunk, "rawanimation": Project._animation,
+}
+# Of what a file refers to, whose own references count as well.
+_FOLLOWED = {
+    "nfx": lambda entry: True,
+    "spx": lambda entry: True,
+    "surf": lambda entry: ".hlsl" in entry,
+}
 
 
-def key_of(text):
-    """The one spelling of a path below the resource root, None for a path that leaves it."""
-    segments = []
-    for segment in text.replace("\\", "/").split("/"):
-        if segment == "..":
-            if not segments:
-                return None
-            segments.pop()
-        elif segment not in ("", "."):
-            segments.append(segment)
-    key = "/".join(segments)
-    return key if key and "\0" not in key and len(os.fsencode(key)) <= LONGEST_PATH else None
-
-
-def is_a_path(text):
-    if len(os.fsencode(text)) > LONGEST_PATH or re.search(r"[\0-\x1f\x7f]", text):
-        return False
-    if re.match(r"[A-Za-z][A-Za-z0-9+.-]*://|data:", text) or re.fullmatch(r"[-+]?[\d.]+", text):
-        return False
-    extension = re.search(r"\.([A-Za-z0-9]{1,16})$", text)
-    return bool(re.search(r"[/\\]", text) or extension and re.search("[A-Za-z]", extension[1]))
-
-
-class Tree:
-    def __init__(self, root):
-        self.root = root
-
-    def files(self):
-        for folder, _, names in os.walk(self.root):
-            for name in names:
-                if "\\" not in name:
-                    yield os.path.relpath(os.path.join(folder, name), self.root)
-
-    def has(self, key):
-        return key is not None and os.path.isfile(os.path.join(self.root, key))
-
-    def read(self, key):
-        with open(os.path.join(self.root, key), "rb") as file:
-            return file.read()
-
-    def named_by(self, referrer, text, mask):
-        """The files that a reference names."""
-        working = _unanchored(text) if mask & ANCHORED else text
-        readings = [text] if mask & ROOT and is_a_path(text) else []
-        if mask & DIRECTORY:
-            readings.append(os.path.dirname(referrer) + "/" + text)
-        if mask & SELECTOR:
-            selector = re.search(r"[#?|].*", text, re.DOTALL)
-            tail = len(selector[0]) if selector else 0
-            readings += [reading[:len(reading) - tail] for reading in readings]
-            working = re.split(r"[#?|]", working, maxsplit=1)[0]
-        keys = {key_of(reading) for reading in readings + [working]}
-        found = {key for key in keys if self.has(key)}
-        if not found and mask & IMAGE:
-            found = {self._other_image(key) for key in keys if key} - {None}
-        return found
-
-    def _other_image(self, key):
-        stem, _, extension = key.rpartition(".")
-        if extension.lower() not in IMAGES:
-            return None
-        others = (f"{stem}.{other}" for other in IMAGES)
-        return next((other for other in others if self.has(other)), None)
-
-
-def _unanchored(text):
-    return re.sub(r"^[/\\]*(?:res[/\\]+)?(?=[^/\\])", "", text)
-
-
-def stem_of(key):
-    folder, slash, name = key.rpartition("/")
-    return folder + slash + name.split(".")[0]
-
-
-def references(tree, key, by_element, companions):
-    """The texts that a file refers by, each with its mask."""
-    for suffix, mask in companions:
-        if tree.has(stem_of(key) + suffix):
-            yield stem_of(key) + suffix, mask
-    open_rules = []  # of the elements around
-    for depth, name, attributes in markup.elements(tree.read(key)):
-        rules = by_element.get(pattern_of(name), [])
-        above = open_rules[depth - 1] if depth else []
-        governing = [rule for rule in above if rule[1] & ON_CHILDREN]
-        governing += [rule for rule in rules if not rule[1] & ON_CHILDREN]
-        for attribute, mask in governing:
-            if attributes.get(attribute):
-                yield attributes[attribute], mask
-        open_rules[depth:] = [rules]
-
-
-def read_graph(project, builtin):
-    config = os.path.join(builtin, "res/builtin/dependency_config/xml_config.json")
-    generators = load_rules(config)
-    tree = Tree(os.path.join(project, "res"))
-    forward = {}
-    for key in tree.files():
-        generator = generators.get(key.rpartition(".")[2])
-        if generator and "#" not in key and tree.has(key):
-            found = _edges(tree, key, *generator)
-            if found:
-                forward[key] = found
-    return forward
-
-
-def _edges(tree, key, by_element, companions):
-    found = set()
-    try:
-        for text, mask in references(tree, key, by_element, companions):
-            found |= tree.named_by(key, text, mask)
-    except markup.Unreadable:
-        return []
-    return sorted((entry for entry in found if "#" not in entry), key=os.fsencode)
+def _stored(entry):
+    return key_of(entry) or entry.replace("\\", "/")
 
 
 def inverse_of(forward):
@@ -190,10 +180,12 @@ def main():
     arguments = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     arguments.add_argument("project")
     arguments.add_argument("--builtin")
+    arguments.add_argument("--missing", action="store_true")
     options = arguments.parse_args()
-    forward = read_graph(options.project, options.builtin or options.project + "/builtin")
-    graph = {"forward": forward, "inverse": inverse_of(forward)}
-    text = json.dumps(graph, indent=1, sort_keys=True, ensure_ascii=False)
+    project = Project(options.project, options.builtin or options.project + "/builtin")
+    forward = {} if options.missing else project.forward()
+    answer = {"forward": forward, "inverse": inverse_of(forward)}
+    text = json.dumps(project.missing() if options.missing else answer, indent=1, ensure_ascii=False)
     sys.stdout.buffer.write(os.fsencode(text + "\n"))
 
 
