@@ -6,6 +6,9 @@
 #include "vexa/io/JsonData.h"
 #include "vexa/io/PackageManager.h"
 #include "vexa/os/WindowsApi.h"
+#include "vxdependency/generators/DependencyChunk.h"
+#include "vxdependency/generators/DependencyRawAnimation.h"
+#include "vxdependency/generators/DependencySpr.h"
 #include "vxdependency/generators/GeneratorConfig.h"
 
 namespace vexa {
@@ -14,7 +17,7 @@ namespace {
 
 // Raise it when a generator finds other references in an unchanged file than before; every store
 // is then filled anew by its next scan.
-constexpr int kReadingVersion = 2;
+constexpr int kReadingVersion = 3;
 
 }  // namespace
 
@@ -33,6 +36,10 @@ std::string Configuration::FirstMissing() const {
 
 void Configuration::CreateGenerators() const {
     LoadXmlGenerators(xmlPath);
+    // Each files itself with the manager, which owns it.
+    new CDependencySpr("spr");
+    new CDependencyChunk("chunk");
+    new CDependencyRawAnimation("rawanimation");
 }
 
 std::optional<std::string> Configuration::Fingerprint() const {
