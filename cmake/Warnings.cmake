@@ -27,3 +27,7 @@ if(VX_SANITIZE)
                          -fno-sanitize-recover=all)
   target_link_options(vx_options INTERFACE -fsanitize=${VX_SANITIZE})
 endif()
+if(VX_FUZZ)
+  target_compile_options(vx_options INTERFACE
+                         -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/tests/fuzz/ignored.txt)
+endif()

@@ -40,8 +40,12 @@ ReferencePlace PlaceOf(const XmlDoc& node, const std::string& attribute) {
     return {offset, node.LineOf(offset), element + " " + attribute};
 }
 
-void LogUnreadable(const std::string& key, const XmlDoc& document) {
-    if (InterfaceBox::Instance().GetFileService().GetState(key).exists) {
+// A file of another type is only tried, as a terrain chunk is by the generator of its surface: that
+// it is no XML is then no fault of the file.
+void LogUnreadable(const std::string& key, const XmlDoc& document, const std::string& extension) {
+    if (vxio::GetFileExtension(key) != '.' + extension) {
+        Log(1, "%s: tried as %s, but cannot be read as XML", key.c_str(), extension.c_str());
+    } else if (InterfaceBox::Instance().GetFileService().GetState(key).exists) {
         LogWarning("%s: cannot be read as XML: %s", key.c_str(), document.GetError().c_str());
     } else {
         LogWarning("%s: cannot be read: there is no such file", key.c_str());
@@ -74,7 +78,7 @@ bool CDependencyXML::GenerateDependency(const std::string& file, List& dependenc
     }
     XmlDoc document;
     if (!document.OpenFile(key)) {
-        LogUnreadable(key, document);
+        LogUnreadable(key, document, m_extension);
         return false;
     }
     CollectCompanions(key, dependencies, secondList);

@@ -6,8 +6,11 @@
 #include "vexa/io/JsonData.h"
 #include "vexa/io/PackageManager.h"
 #include "vexa/os/WindowsApi.h"
+#include "vxdependency/generators/DependencyChunk.h"
 #include "vxdependency/generators/DependencyNfx.h"
+#include "vxdependency/generators/DependencyRawAnimation.h"
 #include "vxdependency/generators/DependencyShader.h"
+#include "vxdependency/generators/DependencySpr.h"
 #include "vxdependency/generators/GeneratorConfig.h"
 
 namespace vexa {
@@ -16,7 +19,7 @@ namespace {
 
 // Raise it when a generator finds other references in an unchanged file than before; every store
 // is then filled anew by its next scan.
-constexpr int kReadingVersion = 3;
+constexpr int kReadingVersion = 4;
 
 }  // namespace
 
@@ -38,6 +41,9 @@ void Configuration::CreateGenerators() const {
     // The manager owns generators from their construction on.
     for (const char* extension : {"vs", "ps", "hlsl"}) new CDependencyShader(extension);
     for (const char* extension : {"nfx", "spx"}) new CDependencyNfx(extension);
+    new CDependencySpr("spr");
+    new CDependencyChunk("chunk");
+    new CDependencyRawAnimation("rawanimation");
 }
 
 std::optional<std::string> Configuration::Fingerprint() const {

@@ -42,7 +42,7 @@ void FindingsObserver::OnReadThrough(const std::string& key) {
 vxdependency::Findings FindingsObserver::Take() {
     auto& awaited = m_findings.awaited;
     std::ranges::sort(awaited);
-    awaited.erase(std::ranges::unique(awaited).begin(), awaited.end());
+    awaited.erase(std::unique(awaited.begin(), awaited.end()), awaited.end());
     return std::move(m_findings);
 }
 

@@ -240,13 +240,14 @@ bool WriteBatch::WriteLog(MDB_txn* transaction) {
     if (m_cleared && !ClearTables(m_database, transaction)) return false;
     const auto records = m_log.Sorted();
     const auto writeRecord = [&](const auto& entry) {
-        const auto& [id, record] = entry;
+        const auto& record = entry.second;
         // Most are stamps, which are written without a look at what stands there.
         if (const auto value = record.PlainValue()) {
-            return WriteRecord(m_database, id, *value, transaction);
+            return WriteRecord(m_database, entry.first, *value, transaction);
         }
         return ChangeRecord(
-            m_database, {id}, [&](RecordState& state) { record.Replay(state); }, transaction);
+            m_database, {entry.first}, [&](RecordState& state) { record.Replay(state); },
+            transaction);
     };
     const auto catalogue = m_log.SortedCatalogue();
     return std::all_of(records.begin(), records.end(), writeRecord) &&
