@@ -166,6 +166,7 @@ int JsonData::LoadText(std::string text) {
     m_source = std::move(text);
     m_error.clear();
     m_root = nullptr;
+    m_lines.reset();
     if (IsWideText(m_source)) return Fail("the text is UTF-16 or UTF-32; JSON is read as UTF-8");
     const std::size_t nul = m_source.find('\0');
     if (nul != m_source.npos) return Fail(DescribeAt(m_source, nul, "a NUL byte"));
@@ -200,6 +201,11 @@ int JsonData::Fail(std::string reason) {
 
 ujson::value* JsonData::GetRoot() {
     return m_root.get();
+}
+
+std::size_t JsonData::LineOf(std::size_t offset) const {
+    if (!m_lines) m_lines.emplace(m_source);
+    return m_lines->LineOf(offset);
 }
 
 }  // namespace vxio

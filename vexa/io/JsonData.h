@@ -3,10 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "vexa/util/TextPosition.h"
 
 namespace vexa {
 
@@ -98,6 +101,9 @@ public:
 
     const std::string& GetSource() const { return m_source; }
 
+    // The line, from 1, on which an offset stands.
+    std::size_t LineOf(std::size_t offset) const;
+
 private:
     int Parse();
     int Fail(std::string reason);
@@ -105,6 +111,7 @@ private:
     std::string m_source;
     std::string m_error;
     std::unique_ptr<ujson::value> m_root;
+    mutable std::optional<LineIndex> m_lines;  // made when somebody asks for one
 };
 
 }  // namespace vxio

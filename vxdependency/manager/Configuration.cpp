@@ -33,6 +33,7 @@ std::string Configuration::FirstMissing() const {
 
 void Configuration::CreateGenerators() const {
     LoadXmlGenerators(xmlPath);
+    LoadJsonGenerators(jsonPath);
 }
 
 std::optional<std::string> Configuration::Fingerprint() const {

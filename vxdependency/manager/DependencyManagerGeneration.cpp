@@ -165,7 +165,7 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     } else if (!KeyOf(second, oldKey)) {
         return result;
     }
-    if (!GetDependencyGenerator(key)) return result;
+    if (!HasDependencyGenerator(key)) return result;
 
     const std::lock_guard lock(ManagerMutex());
     // What another thread's batch still holds in memory must not be overtaken.
@@ -175,6 +175,7 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     // The look before reading is what is kept: a file written meanwhile is then read again.
     const FileLook before = look ? *look : LookAt(Files().AbsolutePath(key));
     if (!reading) reading = ReadReferences(key);
+    if (!reading) return result;  // what is in the file tells the generator, and it changed
     result.generated = true;
     result.failed = !reading->readable;
     result.dependencies = std::move(reading->list);

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "vxdependency/generators/DependencyJSON.h"
+
+namespace vexa {
+
+// Serves animations written in JSON ("animation").
+class CDependencyAnimationJSON : public CDependencyJSON {
+public:
+    using CDependencyJSON::CDependencyJSON;
+
+    bool ClassFlag11() const override;
+    bool ClassFlag13() const override;
+};
+
+}  // namespace vexa

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace vexa {
+
+// What the config-driven generators log.
+
+// The key of a file that is to be read. False, after a warning, when it has none.
+bool KeyToRead(const std::string& file, std::string& key);
+
+// A file is not there, or cannot be read as `language` for this reason.
+void WarnUnreadable(const std::string& key, const char* language, const std::string& reason);
+
+// References to a resource were to be rewritten, which this version does not do.
+void LogNotRewritten(const std::string& file, const std::string& reference);
+
+}  // namespace vexa
