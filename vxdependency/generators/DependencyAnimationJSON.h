@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "vxdependency/generators/DependencyJSON.h"
 
 namespace vexa {
@@ -9,6 +11,7 @@ class CDependencyAnimationJSON : public CDependencyJSON {
 public:
     using CDependencyJSON::CDependencyJSON;
 
+    void UpdateAnimConfig(const std::string& resource, const std::string& animation) override;
     bool ClassFlag11() const override;
     bool ClassFlag13() const override;
 };
