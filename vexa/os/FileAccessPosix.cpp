@@ -45,18 +45,52 @@ bool ReadToEnd(int file, FileContents& contents, std::size_t capacity) {
     return true;
 }
 
+// The number of an open regular file; -1 with errno.
+int OpenRegular(const std::string& path, struct stat& entry) {
+    // Without O_NONBLOCK, opening a pipe would wait for a writer.
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file.IsOpen() || ::fstat(file.Number(), &entry) != 0) return -1;
+    if (S_ISREG(entry.st_mode)) return file.Detach();
+    errno = S_ISDIR(entry.st_mode) ? EISDIR : EINVAL;
+    return -1;
+}
+
 }  // namespace
 
 FileContents ReadWholeFile(const std::string& path) {
-    // Without O_NONBLOCK, opening a pipe would wait for a writer.
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat entry;
-    if (!file.IsOpen() || ::fstat(file.Number(), &entry) != 0 || !S_ISREG(entry.st_mode)) return {};
+    const Descriptor file(OpenRegular(path, entry));
+    if (!file.IsOpen()) return {};
 
     const std::size_t capacity = static_cast<std::size_t>(entry.st_size) + 1;
     FileContents contents{Allocate(capacity), 0};
     if (!contents.bytes || !ReadToEnd(file.Number(), contents, capacity)) return {};
     return contents;
+}
+
+bool InputFile::Open(const std::string& path) {
+    Close();
+    struct stat entry;
+    m_handle = OpenRegular(path, entry);
+    m_size = IsOpen() ? static_cast<std::uint64_t>(entry.st_size) : 0;
+    return IsOpen();
+}
+
+void InputFile::Close() {
+    if (IsOpen()) ::close(static_cast<int>(m_handle));
+    m_handle = kNone;
+}
+
+bool InputFile::Read(void* to, std::size_t size) {
+    auto* next = static_cast<char*>(to);
+    while (size > 0) {
+        errno = 0;
+        const ssize_t got = ReadSome(static_cast<int>(m_handle), next, size);
+        if (got <= 0) return false;
+        next += got;
+        size -= static_cast<std::size_t>(got);
+    }
+    return true;
 }
 
 FileState StateOfPath(const std::string& path) {

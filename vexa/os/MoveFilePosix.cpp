@@ -2,9 +2,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <vector>
 
+#include "vexa/os/FileStepsPosix.h"
 #include "vexa/os/LastErrorPosix.h"
 #include "vexa/os/PosixFile.h"
 
@@ -23,38 +23,6 @@ bool Exists(const char* path) {
 bool FailWith(int error) {
     errno = error;
     return false;
-}
-
-// Removes a file on the way out of a failure, whose errno it keeps.
-void Discard(const char* path) {
-    const int error = errno;
-    ::unlink(path);
-    errno = error;
-}
-
-std::string DirectoryOf(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    if (slash == std::string::npos) return ".";
-    return path.substr(0, slash + 1);
-}
-
-// Makes a rename in the directory survive a power cut.
-bool SyncDirectory(const std::string& directory) {
-    const Descriptor file(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!file.IsOpen()) return false;
-    // Some file systems of networks know no such thing.
-    return ::fsync(file.Number()) == 0 || errno == EINVAL;
-}
-
-bool WriteAll(int file, const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t put = ::write(file, bytes, size);
-        if (put < 0 && errno != EINTR) return false;
-        if (put <= 0) continue;
-        bytes += put;
-        size -= static_cast<std::size_t>(put);
-    }
-    return true;
 }
 
 bool CopyBytes(int from, int to) {
@@ -90,15 +58,6 @@ bool CopyBeside(const std::string& from, const std::string& to, std::string& cop
         return true;
     Discard(copy.c_str());
     return false;
-}
-
-// What a new file has to replace so that a link at `path` stays a link.
-std::string ThroughLinks(const std::string& path) {
-    char* const resolved = ::realpath(path.c_str(), nullptr);
-    if (resolved == nullptr) return path;
-    std::string target = resolved;
-    std::free(resolved);
-    return target;
 }
 
 bool Copy(const std::string& from, const std::string& to, bool replace) {
