@@ -94,10 +94,12 @@ void XmlDoc::CreateEmptyDocument(const std::string& rootName) {
 }
 
 bool XmlDoc::OpenFile(const std::string& path) {
-    const FilePtr file = InterfaceBox::Instance().GetFileService().ReadFile(path);
+    FilePtr file = InterfaceBox::Instance().GetFileService().ReadFile(path);
     if (!file) return Fail("the file cannot be read");
     try {
-        return OpenText(std::string(file->GetData(), file->GetSize()));
+        std::string text(file->GetData(), file->GetSize());
+        file.reset();
+        return OpenText(std::move(text));
     } catch (const std::bad_alloc&) {
         return Fail("out of memory");
     }
