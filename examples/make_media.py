@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes the images and sounds of the example project anew: small, plain, and the same every time."""
+"""Makes the images, sounds and vertices of the example project anew: small, plain, and the same every time."""
 
 import math
 import pathlib
@@ -22,6 +22,7 @@ IMAGES = {  # two colours, and the size of the squares that they alternate in
     "models/boat/boat_thumb.png": ((140, 95, 55), (30, 70, 110), 8),
     "models/crane/crane_thumb.png": ((90, 95, 100), (150, 75, 40), 8),
     "models/gull/feathers.png": ((235, 235, 235), (180, 180, 180), 2),
+    "models/buoy/buoy.png": ((200, 60, 40), (235, 235, 235), 8),
     "maps/tiles.png": ((60, 110, 60), (30, 70, 110), 8),
     "maps/crate.png": ((140, 95, 55), (100, 65, 35), 4),
     "maps/chart.png": ((230, 220, 190), (190, 200, 210), 8),
@@ -32,6 +33,8 @@ IMAGES = {  # two colours, and the size of the squares that they alternate in
     "effects/drop.png": ((200, 220, 240), (160, 190, 220), 4),
 }
 SOUNDS = {"sounds/waves.wav": 110, "sounds/gull.wav": 880, "sounds/wing.wav": 220}  # hertz
+# A triangle: positions, then texture coordinates.
+VERTICES = {"models/buoy/buoy.bin": (-1, 0, 0, 1, 0, 0, 0, 2, 0, 0, 1, 1, 1, 0.5, 0)}
 SIDE = 16
 
 
@@ -68,6 +71,9 @@ def main():
     for name, hertz in SOUNDS.items():
         (RES / name).parent.mkdir(parents=True, exist_ok=True)
         write_sound(RES / name, hertz)
+    for name, numbers in VERTICES.items():
+        (RES / name).parent.mkdir(parents=True, exist_ok=True)
+        (RES / name).write_bytes(struct.pack(f"<{len(numbers)}f", *numbers))
 
 
 if __name__ == "__main__":

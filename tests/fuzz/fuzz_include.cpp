@@ -1,4 +1,5 @@
 // The include scan finds what its rules say, in any text.
+// Seeds: *.hlsl *.vs *.ps *.h
 
 #include <cstdint>
 #include <cstdlib>

@@ -9,8 +9,10 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/Project.h"
 #include "vxdependency/generators/DependencyAnimConfig.h"
+#include "vxdependency/generators/DependencyAnimationJSON.h"
 #include "vxdependency/generators/DependencyAnimationXML.h"
 #include "vxdependency/generators/DependencyScn.h"
+#include "vxdependency/generators/DependencySkeletonJSON.h"
 #include "vxdependency/generators/DependencySkeletonXML.h"
 #include "vxdependency/generators/DependencySurf.h"
 #include "vxdependency/generators/GeneratorConfig.h"
@@ -73,10 +75,12 @@ TEST(Config, ClassFlags) {
         return std::array{g.ClassFlag11(), g.ClassFlag12(), g.ClassFlag13(), g.ClassFlag14()};
     };
     // The manager owns what is made.
-    const CDependencyXML* const files[] = {new CDependencyXML("a"), new CDependencySurf("b"),
-                                           new CDependencyAnimationXML("c")};
-    const CDependencyXML* const sets[] = {new CDependencySkeletonXML("d"),
-                                          new CDependencyAnimConfig("e")};
+    const CDependencyBase* const files[] = {
+        new CDependencyXML("a"), new CDependencySurf("b"), new CDependencyAnimationXML("c"),
+        new CDependencyAnimationJSON("g"), new CDependencyJSON("f")};
+    const CDependencyBase* const sets[] = {new CDependencySkeletonXML("d"),
+                                           new CDependencyAnimConfig("e"),
+                                           new CDependencySkeletonJSON("h")};
     for (const auto* g : files) EXPECT_THAT(flags(*g), ElementsAre(false, true, false, true));
     for (const auto* g : sets) EXPECT_THAT(flags(*g), ElementsAre(true, true, true, true));
 }
@@ -151,17 +155,40 @@ TEST(Config, UnusableFilesSaySoAndMakeNoGenerators) {
     EXPECT_THAT(extensions, ElementsAre("a")) << "of the last, whose rule is merely useless";
 }
 
-TEST(Config, WalkVisitsMembersInFileOrderAndMayPassOver) {
-    vxio::JsonData document;
-    ASSERT_EQ(document.LoadText(R"({"a": {"b": 1, "c": [{"d": 2}, [{"e": 3}], 4]},
-                                    "skip": {"never": 5}, "f": 6})"),
-              0);
-    std::string names;
-    WalkMembers(*document.GetRoot(), [&names](const std::string& name, const ujson::value&) {
-        names += name + " ";
-        return name != "skip";
-    });
-    EXPECT_EQ(names, "a b c d e skip f ");
+TEST(Config, ReadsJsonRules) {
+    const test::Project project("{}", R"({"": {"name_list": [{}]}, "animation": {}, "skeleton": {},
+        "t": {"ignore": ["skip", 5], "name_list": [{"any": "", "extra": ".bin", "s": 0}],
+              "deep": [[{"name_list": [{"any": "", "extra": ".lod", "s": 4097}]}]]},
+        "list": [{"name_list": [{"any": "", "extra": ".bin", "s": 0}]}],
+        "t": {"name_list": [{"any": "", "extra": ".never", "s": 0}]}})");
+    EXPECT_EQ(typeid(*Generator("t")), typeid(CDependencyJSON));
+    EXPECT_EQ(Generator("skeleton"), nullptr) << "x.skeleton is not there: no JSON";
+    EXPECT_THAT(Generator("t")->GetImplicitBindingFiles("any"), ElementsAre(".bin"));
+    EXPECT_THAT(Generator("t")->GetExplicitBindingFiles("any"), ElementsAre(".lod"));
+    EXPECT_THAT(Generator("list")->GetImplicitBindingFiles("any"), IsEmpty());
+    EXPECT_EQ(Generator("t")->FindRuleEntry("any", "PATH"), nullptr);
+    std::vector<std::string> extensions;
+    CDependencyManager::GetSingletonPtr()->GetRegisterExtList(extensions);
+    EXPECT_THAT(extensions, testing::IsSupersetOf({"animation", "skeleton", "t", "t", "list"}));
+}
+
+TEST(Config, ShortJsonRulesEndTheLoader) {
+    const test::Project project;
+    for (const std::string broken :
+         {R"({"n": "a"})", R"({"n": "a", "extra": ".png"})", "7", "{}"}) {
+        const std::string path = project.Directory().Write(
+            "config.json", "{\"j\": {\"name_list\": [\n{\"n\": \"a\", \"extra\": 3, \"s\": 1},\n" +
+                               broken + "]}, \"never\": {}}");
+        test::LogCapture log;
+        EXPECT_THROW(LoadJsonGenerators(path), std::out_of_range) << broken;
+        EXPECT_THAT(log.TakeTexts(),
+                    ElementsAre(path + ": line 2: the extra text of \"a\" has no effect: its "
+                                       "strategy lacks 512",
+                                path + ": line 3: a rule of \"j\" has fewer than two members, or "
+                                       "fewer than three with \"extra\""));
+        EXPECT_NE(Generator("j"), nullptr);
+        EXPECT_EQ(Generator("never"), nullptr);
+    }
 }
 
 }  // namespace

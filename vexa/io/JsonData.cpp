@@ -53,8 +53,13 @@ std::size_t StringBegin(std::string_view text, std::size_t end) {
     return at;
 }
 
+bool IsOfNumber(char c) {
+    return (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '+' || c == 'e' || c == 'E';
+}
+
 std::size_t NumberBegin(std::string_view text, std::size_t end) {
-    return text.substr(0, end).find_last_not_of("+-.0123456789Ee") + 1;
+    while (end > 0 && IsOfNumber(text[end - 1])) --end;
+    return end;
 }
 
 }  // namespace
@@ -69,25 +74,15 @@ public:
     bool TooMany() const { return m_count > kValueLimit; }
 
     bool Null() { return Add(value(), End() - 4); }
-    bool Bool(bool flag) {
-        value v;
-        v.m_data = flag;
-        return Add(std::move(v), End() - (flag ? 4 : 5));
-    }
+    bool Bool(bool flag) { return Add(value(flag), End() - (flag ? 4 : 5)); }
     bool Int(int number) { return Double(number); }
     bool Uint(unsigned number) { return Double(number); }
     bool Int64(std::int64_t number) { return Double(static_cast<double>(number)); }
     bool Uint64(std::uint64_t number) { return Double(static_cast<double>(number)); }
     bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }  // not asked for
-    bool Double(double number) {
-        value v;
-        v.m_data = number;
-        return Add(std::move(v), NumberBegin(m_text, End()));
-    }
+    bool Double(double number) { return Add(value(number), NumberBegin(m_text, End())); }
     bool String(const char* text, rapidjson::SizeType length, bool) {
-        value v;
-        v.m_data = std::make_unique<std::string>(text, length);
-        return Add(std::move(v), StringBegin(m_text, End()));
+        return Add(value(std::string(text, length)), StringBegin(m_text, End()));
     }
     bool Key(const char* text, rapidjson::SizeType length, bool) {
         m_key.assign(text, length);
@@ -153,10 +148,12 @@ JsonData::JsonData(JsonData&&) noexcept = default;
 JsonData& JsonData::operator=(JsonData&&) noexcept = default;
 
 int JsonData::Load(const std::string& path) {
-    const FilePtr file = InterfaceBox::Instance().GetFileService().ReadFile(path);
+    FilePtr file = InterfaceBox::Instance().GetFileService().ReadFile(path);
     if (!file) return Fail("the file cannot be read");
     try {
-        return LoadText(std::string(file->GetData(), file->GetSize()));
+        std::string text(file->GetData(), file->GetSize());
+        file.reset();
+        return LoadText(std::move(text));
     } catch (const std::bad_alloc&) {
         return Fail("out of memory");
     }
@@ -166,6 +163,7 @@ int JsonData::LoadText(std::string text) {
     m_source = std::move(text);
     m_error.clear();
     m_root = nullptr;
+    m_lines.reset();
     if (IsWideText(m_source)) return Fail("the text is UTF-16 or UTF-32; JSON is read as UTF-8");
     const std::size_t nul = m_source.find('\0');
     if (nul != m_source.npos) return Fail(DescribeAt(m_source, nul, "a NUL byte"));
@@ -200,6 +198,11 @@ int JsonData::Fail(std::string reason) {
 
 ujson::value* JsonData::GetRoot() {
     return m_root.get();
+}
+
+std::size_t JsonData::LineOf(std::size_t offset) const {
+    if (!m_lines) m_lines.emplace(m_source);
+    return m_lines->LineOf(offset);
 }
 
 }  // namespace vxio

@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
+
+#include "vexa/util/TextPosition.h"
 
 namespace vexa {
 
@@ -22,17 +24,27 @@ using array = std::vector<value>;
 class value {
 public:
     enum class kind : std::uint8_t { Null, Boolean, Number, String, Array, Object };
-    static constexpr std::size_t no_offset = static_cast<std::size_t>(-1);
+    static constexpr std::size_t no_offset = (std::size_t{1} << 56) - 1;
 
-    value();
+    value() = default;
     explicit value(kind type);
     value(const value&);
     value& operator=(const value&);
-    value(value&&) noexcept;
-    value& operator=(value&&) noexcept;
-    ~value();  // not recursive: depth comes from input
+    value(value&& other) noexcept
+        : m_data(other.m_data), m_offset(other.m_offset), m_kind(other.m_kind) {
+        other.m_kind = code(kind::Null);
+        other.m_offset = no_offset;
+    }
+    value& operator=(value&& other) noexcept {
+        value taken(std::move(other));
+        swap(taken);
+        return *this;
+    }
+    ~value() {
+        if (m_kind >= code(kind::String)) destroy();
+    }
 
-    kind type() const { return static_cast<kind>(m_data.index()); }
+    kind type() const { return static_cast<kind>(m_kind); }
     bool is_object() const { return type() == kind::Object; }
     bool is_array() const { return type() == kind::Array; }
     bool is_string() const { return type() == kind::String; }
@@ -59,15 +71,25 @@ public:
 
 private:
     friend class value_builder;
-    void copy_scalar(const value& other);
-    bool has_nested_lists() const;
+    explicit value(bool flag);
+    explicit value(double number);
+    explicit value(std::string text);
+    static constexpr std::uint64_t code(kind type) { return static_cast<std::uint64_t>(type); }
+    void swap(value& other) noexcept;
+    void destroy();  // not recursive: depth comes from input
     void dismantle();
 
-    // Small, since a document can have tens of millions of values. In the order of `kind`.
-    std::variant<std::monostate, bool, double, std::unique_ptr<std::string>, std::unique_ptr<array>,
-                 std::unique_ptr<object>>
-        m_data;
-    std::size_t m_offset = no_offset;
+    // A document can have tens of millions of values: a value takes two words, and is moved by
+    // copying them. What is pointed to is the value's own.
+    union {
+        bool flag;
+        double number;
+        std::string* text;
+        array* elements;
+        object* members;
+    } m_data{};
+    std::uint64_t m_offset : 56 = no_offset;
+    std::uint64_t m_kind : 8 = code(kind::Null);
 };
 
 }  // namespace ujson
@@ -98,6 +120,9 @@ public:
 
     const std::string& GetSource() const { return m_source; }
 
+    // The line, from 1, on which an offset stands.
+    std::size_t LineOf(std::size_t offset) const;
+
 private:
     int Parse();
     int Fail(std::string reason);
@@ -105,6 +130,7 @@ private:
     std::string m_source;
     std::string m_error;
     std::unique_ptr<ujson::value> m_root;
+    mutable std::optional<LineIndex> m_lines;  // made when somebody asks for one
 };
 
 }  // namespace vxio

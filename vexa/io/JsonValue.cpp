@@ -37,7 +37,7 @@ value& ValueOf(member& element) {
 }
 
 bool IsFilledList(const value& v) {
-    return !v.to_array().empty() || !v.to_object().empty();
+    return (v.is_array() && !v.to_array().empty()) || (v.is_object() && !v.to_object().empty());
 }
 
 template <class List>
@@ -74,28 +74,22 @@ void MoveListsOut(List& list, array& out) {
 
 }  // namespace
 
-value::value() = default;
+value::value(kind type) : m_kind(code(type)) {
+    if (type == kind::String) m_data.text = new std::string();
+    if (type == kind::Array) m_data.elements = new array();
+    if (type == kind::Object) m_data.members = new object();
+}
 
-value::value(kind type) {
-    switch (type) {
-        case kind::Null:
-            break;
-        case kind::Boolean:
-            m_data = false;
-            break;
-        case kind::Number:
-            m_data = 0.0;
-            break;
-        case kind::String:
-            m_data = std::make_unique<std::string>();
-            break;
-        case kind::Array:
-            m_data = std::make_unique<array>();
-            break;
-        case kind::Object:
-            m_data = std::make_unique<object>();
-            break;
-    }
+value::value(bool flag) : m_kind(code(kind::Boolean)) {
+    m_data.flag = flag;
+}
+
+value::value(double number) : m_kind(code(kind::Number)) {
+    m_data.number = number;
+}
+
+value::value(std::string text) : m_kind(code(kind::String)) {
+    m_data.text = new std::string(std::move(text));
 }
 
 value::value(const value& other) {
@@ -103,46 +97,41 @@ value::value(const value& other) {
     while (!pending.empty()) {
         const auto [from, to] = pending.back();
         pending.pop_back();
-        *to = value(from->type());
-        to->m_offset = from->m_offset;
-        if (from->is_array()) {
-            PairUp(from->to_array(), to->to_array(), pending);
-        } else if (from->is_object()) {
-            PairUp(from->to_object(), to->to_object(), pending);
+        if (from->is_array() || from->is_object()) {
+            *to = value(from->type());
+        } else if (from->is_string()) {
+            *to = value(*from->m_data.text);
         } else {
-            to->copy_scalar(*from);
+            to->m_kind = from->m_kind;
+            to->m_data = from->m_data;
         }
+        to->m_offset = from->m_offset;
+        if (from->is_array()) PairUp(from->to_array(), to->to_array(), pending);
+        if (from->is_object()) PairUp(from->to_object(), to->to_object(), pending);
     }
-}
-
-void value::copy_scalar(const value& other) {
-    if (const bool* flag = std::get_if<bool>(&other.m_data)) m_data = *flag;
-    if (const double* number = std::get_if<double>(&other.m_data)) m_data = *number;
-    if (other.is_string()) m_data = std::make_unique<std::string>(other.to_string({}));
 }
 
 value& value::operator=(const value& other) {
     return *this = value(other);
 }
 
-value::value(value&& other) noexcept
-    : m_data(std::exchange(other.m_data, std::monostate())),
-      m_offset(std::exchange(other.m_offset, no_offset)) {}
-
-value& value::operator=(value&& other) noexcept {
-    value taken(std::move(other));
-    std::swap(m_data, taken.m_data);
-    std::swap(m_offset, taken.m_offset);
-    return *this;
+void value::swap(value& other) noexcept {
+    std::swap(m_data, other.m_data);
+    // Parts of a word cannot be swapped by reference.
+    const std::uint64_t offset = m_offset;
+    const std::uint64_t type = m_kind;
+    m_offset = other.m_offset;
+    m_kind = other.m_kind;
+    other.m_offset = offset;
+    other.m_kind = type;
 }
 
-value::~value() {
-    if (has_nested_lists()) dismantle();
-}
-
-bool value::has_nested_lists() const {
-    if (is_array()) return AnyFilledList(to_array());
-    return is_object() && AnyFilledList(to_object());
+void value::destroy() {
+    if (is_array() && AnyFilledList(*m_data.elements)) return dismantle();
+    if (is_object() && AnyFilledList(*m_data.members)) return dismantle();
+    if (is_string()) delete m_data.text;
+    if (is_array()) delete m_data.elements;
+    if (is_object()) delete m_data.members;
 }
 
 // Takes the lists below out, one after the other, so that each is destroyed without lists in it.
@@ -161,34 +150,34 @@ void value::dismantle() {
 }
 
 object& value::to_object() {
-    return is_object() ? *std::get<std::unique_ptr<object>>(m_data) : EmptyList<object>();
+    return is_object() ? *m_data.members : EmptyList<object>();
 }
 const object& value::to_object() const {
-    return is_object() ? *std::get<std::unique_ptr<object>>(m_data) : NoList<object>();
+    return is_object() ? *m_data.members : NoList<object>();
 }
 array& value::to_array() {
-    return is_array() ? *std::get<std::unique_ptr<array>>(m_data) : EmptyList<array>();
+    return is_array() ? *m_data.elements : EmptyList<array>();
 }
 const array& value::to_array() const {
-    return is_array() ? *std::get<std::unique_ptr<array>>(m_data) : NoList<array>();
+    return is_array() ? *m_data.elements : NoList<array>();
 }
 
 std::string value::to_string(const std::string& fallback) const {
-    return is_string() ? *std::get<std::unique_ptr<std::string>>(m_data) : fallback;
+    return is_string() ? *m_data.text : fallback;
 }
 
 std::int32_t value::to_int32(std::int32_t fallback) const {
     using Limits = std::numeric_limits<std::int32_t>;
-    const double* number = std::get_if<double>(&m_data);
-    if (!number) return fallback;
-    const double whole = std::trunc(*number);
+    if (type() != kind::Number) return fallback;
+    const double whole = std::trunc(m_data.number);
     return whole >= Limits::min() && whole <= Limits::max() ? static_cast<std::int32_t>(whole)
                                                             : fallback;
 }
 
 void value::set_string(std::string text) {
-    if (has_nested_lists()) dismantle();
-    m_data = std::make_unique<std::string>(std::move(text));
+    const std::size_t offset = m_offset;
+    *this = value(std::move(text));
+    m_offset = offset;
 }
 
 }  // namespace vexa::ujson

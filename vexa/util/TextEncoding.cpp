@@ -1,5 +1,7 @@
 #include "vexa/util/TextEncoding.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
@@ -125,6 +127,60 @@ std::string DecodeUtf32(UnitReader units) {
     return text;
 }
 
+// The bytes of the character that begins a valid UTF-8 text.
+std::size_t LengthOfFirst(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text[0]);
+    return lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+}
+
+// Takes the first character off a valid UTF-8 text.
+std::uint32_t TakeCharacter(std::string_view& text) {
+    const std::size_t length = LengthOfFirst(text);
+    const auto lead = static_cast<unsigned char>(text[0]);
+    std::uint32_t character = length == 1 ? lead : lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        character = character << 6 | (static_cast<unsigned char>(text[i]) & 0x3FU);
+    }
+    text.remove_prefix(length);
+    return character;
+}
+
+void AppendUnit(std::string& out, std::uint32_t unit, int width, bool big) {
+    for (int i = 0; i < width; ++i) {
+        out += static_cast<char>(unit >> 8 * (big ? width - 1 - i : i));
+    }
+}
+
+void AppendUtf16(std::string& out, std::uint32_t character, bool big) {
+    if (character < 0x10000) return AppendUnit(out, character, 2, big);
+    AppendUnit(out, 0xD800 + ((character - 0x10000) >> 10), 2, big);
+    AppendUnit(out, 0xDC00 + ((character - 0x10000) & 0x3FF), 2, big);
+}
+
+void AppendLatin1(std::string& out, std::uint32_t character) {
+    if (character < 0x100) return AppendUnit(out, character, 1, true);
+    out += fmt::format("&#x{:X};", character);
+}
+
+void AppendEncoded(std::string& out, std::uint32_t character, TextEncoding encoding) {
+    switch (encoding) {
+        case TextEncoding::Utf16Little:
+        case TextEncoding::Utf16Big:
+            return AppendUtf16(out, character, encoding == TextEncoding::Utf16Big);
+        case TextEncoding::Utf32Little:
+        case TextEncoding::Utf32Big:
+            return AppendUnit(out, character, 4, encoding == TextEncoding::Utf32Big);
+        case TextEncoding::Latin1:
+            return AppendLatin1(out, character);
+        case TextEncoding::Utf8:
+            return AppendUtf8(out, character);
+    }
+}
+
+bool IsContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
 std::string DecodeLatin1(std::string_view bytes) {
     std::string text;
     text.reserve(bytes.size());
@@ -161,6 +217,43 @@ std::string DecodeToUtf8(std::string_view bytes, TextEncoding encoding) {
             break;
     }
     return std::string(bytes);
+}
+
+std::string EncodeFromUtf8(std::string_view text, TextEncoding encoding) {
+    if (encoding == TextEncoding::Utf8) return std::string(text);
+    std::string bytes;
+    while (!text.empty()) AppendEncoded(bytes, TakeCharacter(text), encoding);
+    return bytes;
+}
+
+std::size_t EncodedSize(std::string_view text, TextEncoding encoding) {
+    if (encoding == TextEncoding::Utf8) return text.size();
+    std::size_t characters = 0;
+    std::size_t pairs = 0;  // characters of two units in UTF-16
+    for (const char byte : text) {
+        characters += !IsContinuation(byte);
+        pairs += static_cast<unsigned char>(byte) >= 0xF0;
+    }
+    if (encoding == TextEncoding::Latin1) return characters;
+    const bool wide = encoding == TextEncoding::Utf32Little || encoding == TextEncoding::Utf32Big;
+    return wide ? 4 * characters : 2 * (characters + pairs);
+}
+
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t length = LengthOfFirst(text);
+        if (IsContinuation(text[0]) || length > text.size()) return false;
+        const std::string_view first = text.substr(0, length);
+        if (!std::ranges::all_of(first.substr(1), IsContinuation)) return false;
+        // What decodes to something that is written otherwise was too long, too large or no
+        // character.
+        const std::uint32_t character = TakeCharacter(text);
+        std::string shortest;
+        AppendUtf8(shortest, character);
+        if (first != shortest || character > 0x10FFFF) return false;
+        if (IsHighSurrogate(character) || IsLowSurrogate(character)) return false;
+    }
+    return true;
 }
 
 }  // namespace vexa

@@ -1,8 +1,6 @@
 #include "vexa/util/XmlDoc.h"
 
-#include <functional>
 #include <new>
-#include <optional>
 #include <pugixml.hpp>
 #include <string_view>
 #include <utility>
@@ -10,6 +8,7 @@
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/util/TextEncoding.h"
 #include "vexa/util/TextPosition.h"
+#include "vexa/util/XmlDocument.h"
 
 namespace vexa {
 namespace {
@@ -17,10 +16,6 @@ namespace {
 // Only elements and attributes are asked for: no nodes for texts, comments and the like.
 constexpr unsigned kParseOptions =
     pugi::parse_escapes | pugi::parse_wconv_attribute | pugi::parse_embed_pcdata;
-
-pugi::xml_node Node(void* handle) {
-    return pugi::xml_node(static_cast<pugi::xml_node_struct*>(handle));
-}
 
 pugi::xml_node SkipToElement(pugi::xml_node node) {
     while (node && node.type() != pugi::node_element) node = node.next_sibling();
@@ -46,6 +41,19 @@ pugi::xml_node ChildOfName(pugi::xml_node parent, std::string_view name) {
     return child;
 }
 
+const std::string& NoText() {
+    static const std::string& text = *new std::string;  // views may outlive `main`
+    return text;
+}
+
+}  // namespace
+
+namespace xml {
+
+pugi::xml_node Node(void* handle) {
+    return pugi::xml_node(static_cast<pugi::xml_node_struct*>(handle));
+}
+
 pugi::xml_node Descend(pugi::xml_node node, std::string_view path) {
     while (node && !path.empty()) {
         const std::size_t end = path.find('/');
@@ -55,30 +63,10 @@ pugi::xml_node Descend(pugi::xml_node node, std::string_view path) {
     return node;
 }
 
-const std::string& NoText() {
-    static const std::string& text = *new std::string;  // views may outlive `main`
-    return text;
-}
+}  // namespace xml
 
-}  // namespace
-
-struct XmlDoc::Document {
-    std::string source;
-    // The parser works inside this copy (in UTF-8), and names and values point into it: an
-    // attribute's value keeps its place even where character references in it were resolved.
-    std::string text;
-    TextEncoding encoding = TextEncoding::Utf8;
-    pugi::xml_document dom;
-    std::string error;
-    std::optional<LineIndex> lines;  // made when somebody asks for one
-
-    // Calls `use` with the text before the parser changed it.
-    template <class Use>
-    auto WithOriginalText(Use use) const {
-        if (encoding == TextEncoding::Utf8) return use(std::string_view(source));
-        return use(std::string_view(DecodeToUtf8(source, encoding)));
-    }
-};
+using xml::Descend;
+using xml::Node;
 
 XmlDoc::XmlDoc() = default;
 XmlDoc::~XmlDoc() = default;
@@ -101,14 +89,17 @@ XmlDoc::XmlDoc(std::shared_ptr<Document> document, void* node)
 void XmlDoc::CreateEmptyDocument(const std::string& rootName) {
     auto document = std::make_shared<Document>();
     const pugi::xml_node root = document->dom.append_child(rootName.c_str());
+    document->made.insert(root.internal_object());
     *this = XmlDoc(std::move(document), root.internal_object());
 }
 
 bool XmlDoc::OpenFile(const std::string& path) {
-    const FilePtr file = InterfaceBox::Instance().GetFileService().ReadFile(path);
+    FilePtr file = InterfaceBox::Instance().GetFileService().ReadFile(path);
     if (!file) return Fail("the file cannot be read");
     try {
-        return OpenText(std::string(file->GetData(), file->GetSize()));
+        std::string text(file->GetData(), file->GetSize());
+        file.reset();
+        return OpenText(std::move(text));
     } catch (const std::bad_alloc&) {
         return Fail("out of memory");
     }
@@ -171,9 +162,11 @@ bool XmlDoc::GetName(std::string& out, const std::string& path) const {
 }
 
 XmlDoc::Cursor& XmlDoc::CursorOf(void* parent) const {
-    if (m_cursor.parent != parent) {
+    const std::size_t additions = m_document ? m_document->additions : 0;
+    if (m_cursor.parent != parent || m_cursor.additions != additions) {
         m_cursor = Cursor();
         m_cursor.parent = parent;
+        m_cursor.additions = additions;
     }
     return m_cursor;
 }
@@ -207,11 +200,7 @@ std::size_t XmlDoc::GetAttributeOffset(const std::string& path,
                                        const std::string& attribute) const {
     const pugi::xml_attribute found = Descend(Node(m_node), path).attribute(attribute.c_str());
     if (!found) return npos;
-    const char* const begin = m_document->text.data();
-    const char* const value = found.value();
-    const std::less<const char*> before;
-    if (before(value, begin) || !before(value, begin + m_document->text.size())) return npos;
-    return static_cast<std::size_t>(value - begin);
+    return m_document->OffsetOf(found);
 }
 
 std::size_t XmlDoc::LineOf(std::size_t offset) const {

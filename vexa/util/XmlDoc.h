@@ -10,7 +10,7 @@ namespace vexa {
 // as long as one of them. One document must not be used by two threads at once.
 //
 // The document keeps the bytes of the file as they were read and knows for every attribute value
-// where it stands in them, so that a later save can replace just those bytes.
+// where it stands in them, so that saving replaces just those bytes.
 //
 // `path` arguments name a descendant by element names joined with "/"; "" is the node itself.
 class XmlDoc {
@@ -36,7 +36,8 @@ public:
     // As OpenFile, from memory.
     bool OpenText(std::string text);
 
-    // Why the last OpenFile failed, "line 3, column 7: mismatched end tag"; "" if it did not.
+    // Why the last OpenFile or Save failed, "line 3, column 7: mismatched end tag"; "" if it did
+    // not.
     const std::string& GetError() const;
 
     // The number of root elements, and a view on one of them (null view when out of range).
@@ -60,6 +61,23 @@ public:
     bool GetAttribute(const std::string& path, const std::string& attribute, std::string& out,
                       const std::string& fallback) const;
 
+    // Sets an attribute, adding it when it is absent. False when there is no such node, the name is
+    // no XML name of ASCII characters, or the document cannot hold the value: control characters
+    // other than tabs and line ends, and in other encodings than UTF-8 what is no UTF-8.
+    bool SetAttribute(const std::string& path, const std::string& attribute,
+                      const std::string& value);
+
+    // Adds an element behind the other children and returns a view on it; a null view when there is
+    // no such node, or the name is no XML name of ASCII characters.
+    XmlDoc AddDocument(const std::string& path, const std::string& name);
+
+    // Writes the document to a file, by a path in any form, at once and as a whole: a crash leaves
+    // the old file or the new one. The new one has the bytes that were read, except for values that
+    // were changed and for what was added, which takes after its neighbours; a file that has
+    // these bytes already is not touched. False when nothing is open or the file cannot be
+    // written; GetError then says why.
+    bool Save(const std::string& path);
+
     // Where the attribute's value stands in the document's text: the offset of its first byte after
     // the quote, npos when the attribute is absent. In a document that is not UTF-8 the offset is
     // that in its text after conversion to UTF-8.
@@ -81,7 +99,8 @@ private:
         void* parent = nullptr;
         void* child = nullptr;
         std::size_t index = 0;
-        std::size_t count = npos;  // of the parent's child elements, once somebody asked
+        std::size_t count = npos;   // of the parent's child elements, once somebody asked
+        std::size_t additions = 0;  // to the document, when all this was true
     };
 
     XmlDoc(std::shared_ptr<Document> document, void* node);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "vxdependency/generators/DependencyXML.h"
 
 namespace vexa {
@@ -9,6 +11,7 @@ class CDependencyAnimationXML : public CDependencyXML {
 public:
     using CDependencyXML::CDependencyXML;
 
+    void UpdateAnimConfig(const std::string& resource, const std::string& animation) override;
     bool ClassFlag11() const override;
     bool ClassFlag13() const override;
 };

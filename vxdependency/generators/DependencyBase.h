@@ -62,7 +62,7 @@ public:
                                   bool flag);
     // 9: rewrites the relative paths inside a file that moved to another directory.
     virtual bool UpdateSelfReferences(const std::string& oldPath, const std::string& newPath);
-    // 10: enters an animation into the resource's animation configuration.
+    // 10: enters an animation into the resource's animation configuration (see AnimConfigFile.h).
     virtual void UpdateAnimConfig(const std::string& resource, const std::string& animation);
     // 11 to 14: fixed flags of the class.
     virtual bool ClassFlag11() const;

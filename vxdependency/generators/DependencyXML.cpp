@@ -2,10 +2,9 @@
 
 #include <utility>
 
-#include "vexa/common/InterfaceBox.h"
-#include "vexa/common/Log.h"
-#include "vexa/io/Path.h"
+#include "vxdependency/generators/CompanionFiles.h"
 #include "vxdependency/generators/GeneratorConfig.h"
+#include "vxdependency/generators/GeneratorMessages.h"
 #include "vxdependency/generators/ReferenceCollector.h"
 #include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
@@ -40,23 +39,6 @@ ReferencePlace PlaceOf(const XmlDoc& node, const std::string& attribute) {
     return {offset, node.LineOf(offset), element + " " + attribute};
 }
 
-// A file of another type is only tried, as a terrain chunk is by the generator of its surface: that
-// it is no XML is then no fault of the file.
-void LogUnreadable(const std::string& key, const XmlDoc& document, const std::string& extension) {
-    if (vxio::GetFileExtension(key) != '.' + extension) {
-        Log(1, "%s: tried as %s, but cannot be read as XML", key.c_str(), extension.c_str());
-    } else if (InterfaceBox::Instance().GetFileService().GetState(key).exists) {
-        LogWarning("%s: cannot be read as XML: %s", key.c_str(), document.GetError().c_str());
-    } else {
-        LogWarning("%s: cannot be read: there is no such file", key.c_str());
-    }
-}
-
-void LogNotRewritten(const std::string& file, const std::string& reference) {
-    LogError("%s: references to %s cannot be rewritten: rewriting is not available in this version",
-             file.c_str(), reference.c_str());
-}
-
 }  // namespace
 
 CDependencyXML::CDependencyXML(std::string extension)
@@ -72,13 +54,10 @@ void CDependencyXML::AddRule(const std::string& pattern, std::string attribute,
 bool CDependencyXML::GenerateDependency(const std::string& file, List& dependencies,
                                         List& secondList) {
     std::string key;
-    if (!InterfaceBox::Instance().GetFileService().MakeRelative(file, key)) {
-        LogWarning("%s: cannot be read: not below the resource root", file.c_str());
-        return false;
-    }
+    if (!KeyToRead(file, key)) return false;
     XmlDoc document;
     if (!document.OpenFile(key)) {
-        LogUnreadable(key, document, m_extension);
+        WarnUnreadable(key, m_extension, "XML", document.GetError());
         return false;
     }
     CollectCompanions(key, dependencies, secondList);
@@ -98,15 +77,8 @@ void CDependencyXML::CollectCompanions(const std::string& key, List& dependencie
                                        List& secondList) const {
     const Rules* const rules = FindRules(kCompanion);
     if (!rules) return;
-    const std::string stem = vxio::GetStem(key);
     for (const Rule& rule : *rules) {
-        const std::string companion = stem + rule.attribute;
-        if (InterfaceBox::Instance().GetFileService().FileExists(companion)) {
-            const ReferenceSite site([&] { return ReferencePlace{0, 0, "companion file"}; });
-            CollectReference(key, companion, rule.data.strategy, site, dependencies, secondList);
-        } else {
-            ReportAbsent(companion);
-        }
+        CollectCompanion(key, rule.attribute, rule.data.strategy, dependencies, secondList);
     }
 }
 

@@ -13,13 +13,13 @@ namespace vexa {
 
 // Serves the XML resource types that the configuration names. A rule says which attribute of which
 // elements holds a reference; elements are matched by their name, as NormaliseElementName leaves
-// it. Rules for the element "" tell of companion files instead: files that lie beside the resource
-// and are named after its stem, the path up to the first "." of its file name.
+// it. Rules for the element "" tell of companion files instead (see
+// CompanionFiles.h).
 class CDependencyXML : public CDependencyBase {
 public:
-    // Flags in a rule's strategy, besides the bits of FNStrategyType.
-    static constexpr std::int32_t kChildFlag = 0x40;       // the attribute is that of each child
-    static constexpr std::int32_t kExplicitFlag = 0x1000;  // the companion is bound explicitly
+    // In a rule's strategy, besides the bits of FNStrategyType: the attribute is that of each
+    // child.
+    static constexpr std::int32_t kChildFlag = 0x40;
 
     explicit CDependencyXML(std::string extension);
 

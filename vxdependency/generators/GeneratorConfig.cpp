@@ -1,18 +1,21 @@
 #include "vxdependency/generators/GeneratorConfig.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/common/Log.h"
+#include "vexa/io/JsonData.h"
 #include "vxdependency/generators/DependencyAnimConfig.h"
+#include "vxdependency/generators/DependencyAnimationJSON.h"
 #include "vxdependency/generators/DependencyAnimationXML.h"
+#include "vxdependency/generators/DependencyJSON.h"
 #include "vxdependency/generators/DependencyScn.h"
+#include "vxdependency/generators/DependencySkeletonJSON.h"
 #include "vxdependency/generators/DependencySkeletonXML.h"
 #include "vxdependency/generators/DependencySurf.h"
 #include "vxdependency/generators/DependencyXML.h"
+#include "vxdependency/generators/MemberWalk.h"
 
 namespace vexa {
 
@@ -21,29 +24,11 @@ namespace {
 // A place in a configuration file, for messages.
 struct Place {
     const std::string& path;
-    const std::string& source;
+    const vxio::JsonData& document;
     std::size_t offset;
 
-    std::size_t Line() const {
-        const auto end =
-            source.begin() + static_cast<std::ptrdiff_t>(std::min(offset, source.size()));
-        return 1 + static_cast<std::size_t>(std::count(source.begin(), end, '\n'));
-    }
+    std::size_t Line() const { return document.LineOf(offset); }
 };
-
-// What a walk still has to visit: a member, or (without a name) an element of an array.
-using Pending = std::pair<const std::string*, const ujson::value*>;
-
-void PushContents(const ujson::value& value, std::vector<Pending>& pending) {
-    const ujson::object& members = value.to_object();
-    for (auto member = members.rbegin(); member != members.rend(); ++member) {
-        pending.emplace_back(&member->first, &member->second);
-    }
-    const ujson::array& elements = value.to_array();
-    for (auto element = elements.rbegin(); element != elements.rend(); ++element) {
-        pending.emplace_back(nullptr, &*element);
-    }
-}
 
 // The value of a rule's member by its position.
 const ujson::value& MemberAt(const ujson::object& rule, std::size_t index) {
@@ -61,6 +46,12 @@ CDependencyXML* CreateXmlGenerator(const std::string& extension) {
     return new CDependencyXML(extension);
 }
 
+CDependencyJSON* CreateJsonGenerator(const std::string& extension) {
+    if (extension == "animation") return new CDependencyAnimationJSON(extension);
+    if (extension == "skeleton") return new CDependencySkeletonJSON(extension);
+    return new CDependencyJSON(extension);
+}
+
 // A pattern that no element's name is ever brought to is a slip that would lose references.
 void WarnOfDeadPattern(const std::string& pattern, const Place& place) {
     std::string key = pattern;
@@ -70,8 +61,7 @@ void WarnOfDeadPattern(const std::string& pattern, const Place& place) {
                place.path.c_str(), place.Line(), pattern.c_str(), key.c_str());
 }
 
-void ReadXmlRule(const ujson::value& element, const Place& place, CDependencyXML& generator) {
-    const ujson::object& rule = element.to_object();
+void ReadRule(const ujson::object& rule, const Place& place, CDependencyXML& generator) {
     const std::string pattern = MemberAt(rule, 0).to_string("");
     std::string attribute = MemberAt(rule, 1).to_string("");
     const std::int32_t strategy = MemberAt(rule, 2).to_int32(0);
@@ -79,17 +69,48 @@ void ReadXmlRule(const ujson::value& element, const Place& place, CDependencyXML
     generator.AddRule(pattern, std::move(attribute), strategy);
 }
 
-void ReadXmlRules(const ujson::value& list, const std::string& path, const std::string& source,
-                  CDependencyXML& generator) {
+// An extra text that nothing reads is a slip that would lose references.
+void WarnOfDeadExtra(const std::string& member, std::int32_t strategy, const Place& place) {
+    if (member.empty() || (strategy & CDependencyJSON::kExtraFlag) != 0) return;
+    LogWarning("%s: line %zu: the extra text of \"%s\" has no effect: its strategy lacks %d",
+               place.path.c_str(), place.Line(), member.c_str(), CDependencyJSON::kExtraFlag);
+}
+
+void ReadRule(const ujson::object& rule, const Place& place, CDependencyJSON& generator) {
+    const std::string member = MemberAt(rule, 0).to_string("");
+    const ujson::value& second = MemberAt(rule, 1);
+    if (rule[1].first != "extra") return generator.AddRule(member, "", second.to_int32(0));
+    const std::int32_t strategy = MemberAt(rule, 2).to_int32(0);
+    WarnOfDeadExtra(member, strategy, place);
+    generator.AddRule(member, second.to_string(""), strategy);
+}
+
+const char* RuleShape(const CDependencyXML&) {
+    return "fewer than three members";
+}
+const char* RuleShape(const CDependencyJSON&) {
+    return "fewer than two members, or fewer than three with \"extra\"";
+}
+
+template <class Generator>
+void ReadRules(const ujson::value& list, const std::string& path, const vxio::JsonData& document,
+               Generator& generator) {
     for (const ujson::value& element : list.to_array()) {
-        const Place place{path, source, element.offset()};
+        const Place place{path, document, element.offset()};
         try {
-            ReadXmlRule(element, place, generator);
+            ReadRule(element.to_object(), place, generator);
         } catch (const std::out_of_range&) {
-            LogError("%s: line %zu: a rule of \"%s\" has fewer than three members", path.c_str(),
-                     place.Line(), generator.GetExtension().c_str());
+            LogError("%s: line %zu: a rule of \"%s\" has %s", path.c_str(), place.Line(),
+                     generator.GetExtension().c_str(), RuleShape(generator));
             throw;
         }
+    }
+}
+
+void ReadIgnored(const ujson::value&, CDependencyXML&) {}  // means nothing to this family
+void ReadIgnored(const ujson::value& list, CDependencyJSON& generator) {
+    for (const ujson::value& name : list.to_array()) {
+        if (name.is_string()) generator.AddIgnored(name.to_string(""));
     }
 }
 
@@ -105,6 +126,23 @@ bool LoadDocument(const std::string& path, vxio::JsonData& document) {
     return false;
 }
 
+template <class Create>
+void LoadGenerators(const std::string& path, const Create& create) {
+    vxio::JsonData document;
+    if (!LoadDocument(path, document)) return;
+    for (auto& [extension, rules] : document.GetRoot()->to_object()) {
+        if (extension.empty()) continue;
+        auto* const generator = create(extension);
+        if (!rules.is_object()) continue;
+        WalkMembers(rules, [&](const std::string& name, const ujson::value& value,
+                               const ujson::object&, std::int32_t, const bool&) {
+            if (name == "name_list") ReadRules(value, path, document, *generator);
+            if (name == "ignore") ReadIgnored(value, *generator);
+            return true;
+        });
+    }
+}
+
 }  // namespace
 
 void NormaliseElementName(std::string& name) {
@@ -115,29 +153,12 @@ void NormaliseElementName(std::string& name) {
     name.replace(length, std::string::npos, 1, '*');
 }
 
-void WalkMembers(const ujson::value& object, const MemberVisitor& visit) {
-    if (!object.is_object()) return;
-    std::vector<Pending> pending;
-    PushContents(object, pending);
-    while (!pending.empty()) {
-        const auto [name, value] = pending.back();
-        pending.pop_back();
-        if (!name || visit(*name, *value)) PushContents(*value, pending);
-    }
+void LoadXmlGenerators(const std::string& path) {
+    LoadGenerators(path, CreateXmlGenerator);
 }
 
-void LoadXmlGenerators(const std::string& path) {
-    vxio::JsonData document;
-    if (!LoadDocument(path, document)) return;
-    for (const auto& [extension, rules] : document.GetRoot()->to_object()) {
-        if (extension.empty()) continue;
-        CDependencyXML* const generator = CreateXmlGenerator(extension);
-        // Other members, "ignore" among them, mean nothing to this family.
-        WalkMembers(rules, [&](const std::string& name, const ujson::value& value) {
-            if (name == "name_list") ReadXmlRules(value, path, document.GetSource(), *generator);
-            return true;
-        });
-    }
+void LoadJsonGenerators(const std::string& path) {
+    LoadGenerators(path, CreateJsonGenerator);
 }
 
 }  // namespace vexa

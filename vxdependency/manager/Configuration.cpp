@@ -38,6 +38,7 @@ std::string Configuration::FirstMissing() const {
 
 void Configuration::CreateGenerators() const {
     LoadXmlGenerators(xmlPath);
+    LoadJsonGenerators(jsonPath);
     // The manager owns generators from their construction on.
     for (const char* extension : {"vs", "ps", "hlsl"}) new CDependencyShader(extension);
     for (const char* extension : {"nfx", "spx"}) new CDependencyNfx(extension);

@@ -3,8 +3,10 @@
 #include <atomic>
 
 #include "vexa/common/Log.h"
+#include "vexa/io/JsonData.h"
 #include "vexa/threading/StepGate.h"
-#include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/generators/DependencyJSON.h"
+#include "vxdependency/generators/DependencyXML.h"
 #include "vxdependency/manager/Configuration.h"
 #include "vxdependency/manager/GeneratorRegistry.h"
 #include "vxdependency/scanner/DependencyScanner.h"
@@ -21,6 +23,33 @@ std::atomic<CDependencyManager*> g_singleton{nullptr};
 
 void CreateGenerators() {
     Configuration::Locate().CreateGenerators();
+}
+
+// The extension by which a path's generator is filed; sees to it that there are some. The last dot
+// of the whole path counts; without one the path itself is the extension.
+std::string RegisteredExtension(const std::string& path) {
+    GeneratorRegistry::Instance().EnsureCreated(CreateGenerators);
+    return path.substr(path.rfind('.') + 1);
+}
+
+// Whether both config-driven families may claim an extension, so that the file's content decides.
+bool IsShared(const std::string& extension) {
+    return extension == "animation" || extension == "skeleton";
+}
+
+// The first generator of each family for a shared extension.
+struct Families {
+    CDependencyBase* xml = nullptr;
+    CDependencyBase* json = nullptr;
+};
+
+Families FamiliesOf(const std::string& extension) {
+    Families first;
+    for (CDependencyBase* const generator : GeneratorRegistry::Instance().FindAll(extension)) {
+        if (!first.xml && dynamic_cast<CDependencyXML*>(generator)) first.xml = generator;
+        if (!first.json && dynamic_cast<CDependencyJSON*>(generator)) first.json = generator;
+    }
+    return first;
 }
 
 // Scanners outlive their managers: their threads cannot be joined. The list is where a further
@@ -76,10 +105,19 @@ void CDependencyManager::RegisterDependencyGenerator(CDependencyBase* generator)
 }
 
 CDependencyBase* CDependencyManager::GetDependencyGenerator(const std::string& path) {
-    GeneratorRegistry& registry = GeneratorRegistry::Instance();
-    registry.EnsureCreated(CreateGenerators);
-    // The last dot of the whole path counts; without one the path itself is the extension.
-    return registry.Find(path.substr(path.rfind('.') + 1));
+    const std::string extension = RegisteredExtension(path);
+    if (!IsShared(extension)) return GeneratorRegistry::Instance().Find(extension);
+    const Families families = FamiliesOf(extension);
+    return vxio::JsonData().Load(path) == 0 ? families.json : families.xml;
+}
+
+bool CDependencyManager::HasDependencyGenerator(const std::string& path) {
+    const std::string extension = RegisteredExtension(path);
+    if (IsShared(extension)) {
+        const Families families = FamiliesOf(extension);
+        if (!families.json == !families.xml) return families.xml != nullptr;
+    }
+    return GetDependencyGenerator(path) != nullptr;
 }
 
 void CDependencyManager::GetRegisterExtList(List& out) {

@@ -83,9 +83,13 @@ public:
     // Files a generator under its extension and takes it over. Called by CDependencyBase alone.
     void RegisterDependencyGenerator(CDependencyBase* generator);
     // The generator for a path, by the text after its last "." (the whole path without one), byte
-    // for byte; null for none. The first call loads the configuration and creates the generators;
-    // std::out_of_range ("invalid vector subscript") when a configuration element is too short.
+    // for byte; null for none. The files "animation" and "skeleton" may be JSON or XML: the file at
+    // the path, in any form, is read to tell, and counts as XML when it is no JSON. The first call
+    // loads the configuration and creates the generators; std::out_of_range ("invalid vector
+    // subscript") when a configuration element is too short.
     CDependencyBase* GetDependencyGenerator(const std::string& path);
+    // Whether GetDependencyGenerator answers with one; reads a file only where that decides.
+    bool HasDependencyGenerator(const std::string& path);
     // Appends the extension of every generator, once per generator.
     void GetRegisterExtList(List& out);
 

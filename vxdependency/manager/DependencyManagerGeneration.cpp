@@ -10,6 +10,7 @@
 #include "vexa/os/WindowsApi.h"
 #include "vxdependency/generators/BindingStem.h"
 #include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/generators/DependencyJSON.h"
 #include "vxdependency/generators/DependencyXML.h"
 #include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
@@ -45,7 +46,8 @@ FileLook LookAt(const std::string& path) {
 
 // The config-driven families say themselves what is wrong with a file; the others are silent.
 bool IsSilent(const CDependencyBase& generator) {
-    return dynamic_cast<const CDependencyXML*>(&generator) == nullptr;
+    return dynamic_cast<const CDependencyXML*>(&generator) == nullptr &&
+           dynamic_cast<const CDependencyJSON*>(&generator) == nullptr;
 }
 
 void WarnUnreadable(const std::string& key) {
@@ -177,7 +179,7 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     } else if (!KeyOf(second, oldKey)) {
         return result;
     }
-    if (!GetDependencyGenerator(key)) return result;
+    if (!HasDependencyGenerator(key)) return result;
 
     const std::lock_guard lock(ManagerMutex());
     // What another thread's batch still holds in memory must not be overtaken.
@@ -187,6 +189,7 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     // The look before reading is what is kept: a file written meanwhile is then read again.
     const FileLook before = look ? *look : LookAt(Files().AbsolutePath(key));
     if (!reading) reading = ReadReferences(key);
+    if (!reading) return result;  // what is in the file tells the generator, and it changed
     result.generated = true;
     result.failed = !reading->readable;
     result.dependencies = std::move(reading->list);

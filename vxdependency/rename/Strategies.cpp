@@ -63,7 +63,7 @@ std::vector<std::string> BothKeys(const std::string& file, const std::string& na
 }
 
 bool AddBindingFiles(const std::string& key, Found& found) {
-    if (key.size() > kLongestPath || !Manager().GetDependencyGenerator(key)) return false;
+    if (key.size() > kLongestPath || !Manager().HasDependencyGenerator(key)) return false;
     const std::size_t before = found.companions.size();
     Manager().GetImplicitBindingFiles(key, found.companions);
     Manager().GetExplicitBindingFiles(key, found.companions);

@@ -308,8 +308,8 @@ bool DependencyScanner::ScanBuckets(ScanWalk& walk) {
 bool DependencyScanner::ScanBucket(const std::string& extension, ScanWalk& walk) {
     const std::vector<FileInfoData>& bucket = m_buckets.at(extension);
     if (bucket.empty()) return true;
-    const bool isRead = CDependencyManager::GetSingletonPtr()->GetDependencyGenerator(
-                            bucket.front().path) != nullptr;
+    const bool isRead =
+        CDependencyManager::GetSingletonPtr()->HasDependencyGenerator(bucket.front().path);
     std::size_t expected = 0;
     for (std::size_t i = 0; i < bucket.size(); ++i) {
         const FileInfoData& record = bucket[i];
@@ -345,7 +345,7 @@ void DependencyScanner::ShowProgress(ScanWalk& walk) {
 
 bool DependencyScanner::ScanFile(FileInfoData record, ScanWalk& walk) {
     ShowProgress(walk);
-    if (!CDependencyManager::GetSingletonPtr()->GetDependencyGenerator(record.path)) {
+    if (!CDependencyManager::GetSingletonPtr()->HasDependencyGenerator(record.path)) {
         // No list is made of it, but that it is there, and since when, is known.
         if (record.change == FileInfoData::Change::Changed) {
             Store().SetFile(KeyOf(record.path), {record.writeTimeNs, record.size, 0, false});
