@@ -74,7 +74,8 @@ class Histories(support.ProjectCase):
         for seed in range(3 * SCALE):
             with self.subTest(seed=seed):
                 shutil.rmtree(self.res)
-                shutil.rmtree(self.root / "temp", ignore_errors=True)
+                for store in ("temp", "kept"):
+                    shutil.rmtree(self.root / store, ignore_errors=True)
                 self.history(random.Random(seed))
 
     def history(self, rng):

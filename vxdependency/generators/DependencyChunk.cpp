@@ -17,7 +17,7 @@ namespace {
 void Append(const std::string& file, const std::string& text, std::string path,
             const ReferencePlace& place, CDependencyBase::List& dependencies) {
     const ReferenceSite site([&place] { return place; });
-    ReportPath(file, text, path, site);
+    ReportPaths(file, text, {path}, site);
     dependencies.push_back(std::move(path));
 }
 

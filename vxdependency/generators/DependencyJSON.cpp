@@ -17,10 +17,9 @@ bool MarksPathTable(const RuleData& rule) {
     return (rule.strategy & CDependencyJSON::kExtraFlag) != 0 && rule.extra.empty();
 }
 
-std::string ReferenceText(const ujson::value& value, const RuleData& rule) {
-    std::string text = value.to_string("");
-    if ((rule.strategy & CDependencyJSON::kExtraFlag) != 0) text += rule.extra;
-    return text;
+// What the rule adds to a reference's text.
+std::string AdditionOf(const RuleData& rule) {
+    return (rule.strategy & CDependencyJSON::kExtraFlag) != 0 ? rule.extra : "";
 }
 
 // A string that a rule governs. `name` is what the walk offered it under.
@@ -87,10 +86,11 @@ bool CDependencyJSON::GenerateDependency(const std::string& file, List& dependen
         CollectCompanion(key, companion.extra, companion.strategy, dependencies, secondList);
     }
     WalkReferences(document, [&](const Found& found) {
-        const std::string text = ReferenceText(found.value, found.rule);
-        if (text.empty()) return;
+        const std::string text = found.value.to_string("");
+        const std::string addition = AdditionOf(found.rule);
+        if (text.empty() && addition.empty()) return;
         const ReferenceSite site([&] { return PlaceOf(found, document); });
-        CollectReference(key, text, found.rule.strategy, site, dependencies, secondList);
+        CollectReference(key, text, found.rule.strategy, site, dependencies, secondList, addition);
     });
     CDependencyManager* const manager = CDependencyManager::GetSingletonPtr();
     manager->MakeVectorUnique(dependencies);

@@ -73,7 +73,7 @@ bool CDependencyRawAnimation::GenerateDependency(const std::string& file, List& 
     const ReferenceSite site([] {
         return ReferencePlace{RawAnimation::kReferenceOffset, 0, "reference"};
     });
-    ReportPath(file, record.reference, path, site);
+    ReportPaths(file, record.reference, {path}, site);
     dependencies.push_back(std::move(path));
     return true;
 }

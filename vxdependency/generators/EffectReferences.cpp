@@ -53,7 +53,7 @@ void AddImages(const std::string& file, const fx::Param& texture, List& referenc
                 info.offset, info.line,
                 fmt::format("texture {}, annotation {}", texture.GetName(), info.name)};
         });
-        ReportPath(file, *image, *image, site);
+        ReportPaths(file, *image, {*image}, site);
         references.push_back(*image);
     }
 }
@@ -65,6 +65,14 @@ std::string WithoutAnchor(const std::string& path) {
     return anchored && Files().KeyOfReference(path, key) ? key : path;
 }
 
+// The source itself, and its variants for other platforms.
+List VariantsOf(const std::string& path) {
+    const std::string name = vxio::GetStem(path);
+    const std::string extension = path.substr(name.size());
+    return {path, name + "_gl" + extension, name + "_metal" + extension};
+}
+
+// Each of the variants that is there is listed, so that one which appears later matters.
 void AddVariant(const std::string& path, List& references) {
     if (Files().FileExists(path)) {
         references.push_back(path);
@@ -80,15 +88,9 @@ void AddPassShader(const std::string& file, const fx::PassShader& shader, List& 
             shader.offset, shader.line,
             fmt::format("technique {}, pass {}: {}", shader.technique, shader.pass, shader.state)};
     });
-    const std::string path = WithoutAnchor(shader.path);
-    ReportPath(file, shader.path, path, site);
-    if (Files().FileExists(path)) references.push_back(path);
-
-    const std::string name = vxio::GetStem(path);
-    const std::string extension = path.substr(name.size());
-    for (const char* const variant : {"_gl", "_metal"}) {
-        AddVariant(name + variant + extension, references);
-    }
+    const List variants = VariantsOf(WithoutAnchor(shader.path));
+    ReportPaths(file, shader.path, variants, site);
+    for (const std::string& path : variants) AddVariant(path, references);
 }
 
 }  // namespace

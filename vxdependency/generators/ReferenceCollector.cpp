@@ -37,22 +37,22 @@ std::vector<ReferenceCandidate> Resolve(const NameReadings& readings) {
 
 void CollectReference(const std::string& file, const std::string& text, std::int32_t mask,
                       const IReferenceSite& site, std::vector<std::string>& dependencies,
-                      std::vector<std::string>& secondList) {
-    NameReadings readings = FileNameProcessor::Read(file, text, mask);
+                      std::vector<std::string>& secondList, const std::string& addition) {
+    const std::string joined = addition.empty() ? "" : text + addition;
+    const std::string& read = addition.empty() ? text : joined;
+    NameReadings readings = FileNameProcessor::Read(file, read, mask);
     std::vector<ReferenceCandidate> candidates = Resolve(readings);
-    ReportReference({file, text, candidates, readings.companions, site});
+    ReportReference({file, text, read, candidates, readings.companions, site});
     for (ReferenceCandidate& candidate : candidates) {
         if (candidate.exists) dependencies.push_back(std::move(candidate.key));
     }
     std::ranges::move(readings.companions, std::back_inserter(secondList));
 }
 
-bool ReportPath(const std::string& file, const std::string& text, const std::string& path,
-                const IReferenceSite& site) {
-    const NameReadings readings{{path}, {0}, {}};
-    const std::vector<ReferenceCandidate> candidates = Resolve(readings);
-    ReportReference({file, text, candidates, {}, site});
-    return !candidates.empty() && candidates.front().exists;
+void ReportPaths(const std::string& file, const std::string& text,
+                 const std::vector<std::string>& paths, const IReferenceSite& site) {
+    const NameReadings readings{paths, std::vector<std::int32_t>(paths.size()), {}};
+    ReportReference({file, text, text, Resolve(readings), {}, site});
 }
 
 }  // namespace vexa

@@ -18,7 +18,7 @@ FindingsObserver::FindingsObserver(const std::string& key)
 void FindingsObserver::OnReference(const ReferenceReport& report) {
     const auto exists = [](const ReferenceCandidate& candidate) { return candidate.exists; };
     if (std::ranges::any_of(report.candidates, exists)) return;
-    const bool isPath = FileNameProcessor::IsAPath(report.text);
+    const bool isPath = FileNameProcessor::IsAPath(report.read);
     for (const ReferenceCandidate& candidate : report.candidates) {
         // A text that is no path may still stand for one, as an effect's name without its ".nfx".
         if (isPath || FileNameProcessor::IsAPath(vxio::GetFileName(candidate.key))) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/store/Findings.h"
@@ -23,11 +25,13 @@ public:
 
 private:
     bool IsOwn(const std::string& file) const;
+    void DropResolved();
     void Await(const std::string& path);
 
     const std::string& m_key;
     const std::string m_generatorForm;
     vxdependency::Findings m_findings;
+    std::vector<std::uint64_t> m_resolved;  // hashes of the texts that resolve
 };
 
 }  // namespace vexa
