@@ -135,10 +135,9 @@ TEST_F(JsonReading, TellsAnObserverWhereReferencesStand) {
     project.Write("s.mat", "{}");
     EXPECT_TRUE(Read("f.doc"));
     EXPECT_TRUE(Read("s.mat"));
-    EXPECT_THAT(observer.lines,
-                ElementsAre("2:13 member \"model\" m", "2:13 member \"model\" m",
-                            "3:30 member \"f\" (path table) a/b", "absent s.bin", "absent s_x.bin",
-                            "absent s.none"));
+    EXPECT_THAT(observer.lines, ElementsAre("2:13 member \"model\" m", "2:13 member \"model\" m",
+                                            "3:30 member \"f\" (path table) a/b", "absent s.bin",
+                                            "absent s_x.bin", "absent s.none"));
 }
 
 TEST_F(JsonReading, UnreadableFilesAndRewritingAreLogged) {

@@ -19,7 +19,7 @@ namespace {
 
 // Raise it when a generator finds other references in an unchanged file than before; every store
 // is then filled anew by its next scan.
-constexpr int kReadingVersion = 4;
+constexpr int kReadingVersion = 5;
 
 }  // namespace
 

@@ -17,7 +17,10 @@ FindingsObserver::FindingsObserver(const std::string& key)
 // left out: in real trees 38 of 40 texts that a rule matches are none.
 void FindingsObserver::OnReference(const ReferenceReport& report) {
     const auto exists = [](const ReferenceCandidate& candidate) { return candidate.exists; };
-    if (std::ranges::any_of(report.candidates, exists)) return;
+    if (std::ranges::any_of(report.candidates, exists)) {
+        m_resolved.push_back(vxdependency::AwaitedIdOf(report.text));
+        return;
+    }
     const bool isPath = FileNameProcessor::IsAPath(report.read);
     for (const ReferenceCandidate& candidate : report.candidates) {
         // A text that is no path may still stand for one, as an effect's name without its ".nfx".
@@ -43,7 +46,21 @@ vxdependency::Findings FindingsObserver::Take() {
     auto& awaited = m_findings.awaited;
     std::ranges::sort(awaited);
     awaited.erase(std::unique(awaited.begin(), awaited.end()), awaited.end());
+    DropResolved();
     return std::move(m_findings);
+}
+
+// Several rules may govern one text: it is missing when none of them finds a file, and then once.
+void FindingsObserver::DropResolved() {
+    auto& missing = m_findings.missing;
+    std::ranges::sort(m_resolved);
+    std::erase_if(missing, [this](const vxdependency::MissingReference& reference) {
+        return std::ranges::binary_search(m_resolved, vxdependency::AwaitedIdOf(reference.text));
+    });
+    const auto same = [](const auto& left, const auto& right) {
+        return left.offset == right.offset && left.text == right.text;
+    };
+    missing.erase(std::unique(missing.begin(), missing.end(), same), missing.end());
 }
 
 // References of the files that this one is read through are theirs.
