@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <future>
 #include <limits>
 
 #include "vexa/common/InterfaceBox.h"
@@ -74,13 +75,15 @@ void LogNotDescended(const std::string& path, unsigned attributes) {
         attributes & FILE_ATTRIBUTE_REPARSE_POINT ? "a link" : "write-protected");
 }
 
-void WarnOfCollisions() {
-    std::vector<std::string> keys;
-    Store().ForEachFile("", [&keys](std::string_view key, const CatalogueEntry&) {
-        keys.emplace_back(key);
-        return true;
-    });
-    const auto pairs = vexa::vxdependency::FindCollisions(keys);
+using CollidingPairs = std::vector<std::pair<std::string, std::string>>;
+
+CollidingPairs CollisionsOf(const ScanWalk& walk) {
+    if (!walk.newFiles) return {};
+    return vexa::vxdependency::FindCollisions(
+        walk.met.size(), [&walk](std::size_t i) { return KeyOf(walk.met[i].Get().path); });
+}
+
+void WarnOfCollisions(const CollidingPairs& pairs) {
     if (pairs.empty()) return;
     LogWarning("%zu pairs of resources share a record of the store, as \"%s\" and \"%s\" do",
                pairs.size(), pairs.front().first.c_str(), pairs.front().second.c_str());
@@ -264,9 +267,12 @@ bool DependencyScanner::ReadFiles(ScanWalk& walk) {
     const vexa::KnownFiles::Use known(walk.known);
     CDependencyManager::GetSingletonPtr()->Invalidate(walk.affected);
     walk.ahead = std::make_unique<ReadAhead>(walk.known, *m_gate);
+    // Now, while the log is still small: at the end its memory would add to the peak.
+    auto collisions = std::async([&walk] { return CollisionsOf(walk); });
     bool complete = ScanBuckets(walk);
     walk.ahead.reset();
     complete = complete && Finish(walk);
+    if (complete && walk.newFiles) WarnOfCollisions(collisions.get());
     if (!batch.End()) {
         walk.statistics.error = Store().GetWriteError();
         complete = false;
@@ -400,7 +406,6 @@ bool DependencyScanner::Finish(ScanWalk& walk) {
     const vexa::StepGate::Pass pass(*m_gate);
     if (!CDependencyManager::GetSingletonPtr()->Forget(walk.vanished)) return Stop(walk);
     walk.statistics.removed = static_cast<std::int64_t>(walk.vanished.size());
-    if (walk.newFiles) WarnOfCollisions();
     Store().SetMeta("last_scan", std::to_string(vexa::os::UnixTimeMs()));
     return true;
 }

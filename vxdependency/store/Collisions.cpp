@@ -34,12 +34,13 @@ std::string TextOf(const std::string& key, Kind kind) {
     return StampText(InterfaceBox::Instance().GetFileService().AbsolutePath(key));
 }
 
-std::vector<Record> RecordsOf(const Texts& keys) {
+std::vector<Record> RecordsOf(std::size_t count, const KeySource& keyAt) {
     std::vector<Record> records;
-    records.reserve(3 * keys.size());
-    for (std::size_t i = 0; i < keys.size(); ++i) {
+    records.reserve(3 * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string key = keyAt(i);
         for (const Kind kind : {Kind::Forward, Kind::Inverse, Kind::Stamp}) {
-            records.push_back({IdOf(TextOf(keys[i], kind)), static_cast<std::uint32_t>(i), kind});
+            records.push_back({IdOf(TextOf(key, kind)), static_cast<std::uint32_t>(i), kind});
         }
     }
     std::sort(records.begin(), records.end(),
@@ -60,7 +61,11 @@ void AddPairs(Texts texts, Pairs& pairs) {
 }  // namespace
 
 Pairs FindCollisions(const Texts& keys) {
-    const std::vector<Record> records = RecordsOf(keys);
+    return FindCollisions(keys.size(), [&keys](std::size_t i) { return keys[i]; });
+}
+
+Pairs FindCollisions(std::size_t count, const KeySource& keyAt) {
+    const std::vector<Record> records = RecordsOf(count, keyAt);
     Pairs pairs;
     for (auto first = records.begin(); first != records.end();) {
         const auto last = std::find_if(
@@ -68,7 +73,7 @@ Pairs FindCollisions(const Texts& keys) {
         if (last - first > 1) {
             Texts texts;
             for (auto it = first; it != last; ++it) {
-                texts.push_back(TextOf(keys[it->file], it->kind));
+                texts.push_back(TextOf(keyAt(it->file), it->kind));
             }
             AddPairs(std::move(texts), pairs);
         }
