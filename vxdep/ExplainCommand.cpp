@@ -130,7 +130,7 @@ void Summarise(const std::vector<Reference>& references) {
     const auto missing = references.size() - static_cast<std::size_t>(std::ranges::count_if(
                                                  references, &Reference::Resolves));
     Console::Instance().Note(
-        fmt::format("{} references, of which {} resolve to nothing", references.size(), missing));
+        fmt::format("references: {}, of which {} to nothing", references.size(), missing));
 }
 
 ExitCode Explain(const GlobalOptions& options, const std::string& path, bool json) {

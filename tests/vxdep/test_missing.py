@@ -64,7 +64,7 @@ class Explain(support.ProjectCase):
             "    -> textures/wood.tga  (from the resource root)",
             "levels/x.scene:3: Ref path: /none.tga",
             "    no none.tga  (from the resource root)"])
-        self.assertEqual(result.err, "vxdep: 2 references, of which 1 resolve to nothing\n")
+        self.assertEqual(result.err, "vxdep: references: 2, of which 1 to nothing\n")
         told = self.run_vxdep("-q", "explain", "levels/x.scene", "--json").json
         self.assertEqual(told[0]["candidates"], [
             {"path": "textures/wood.tga", "reading": "from the resource root", "strategy": 2,

@@ -1,5 +1,7 @@
 // The manager's reading side: generating a file's list, and answering from the store.
 
+#include <cerrno>
+#include <cstring>
 #include <limits>
 #include <queue>
 #include <unordered_set>
@@ -48,6 +50,11 @@ FileLook LookAt(const std::string& path) {
 bool IsSilent(const CDependencyBase& generator) {
     return dynamic_cast<const CDependencyXML*>(&generator) == nullptr &&
            dynamic_cast<const CDependencyJSON*>(&generator) == nullptr;
+}
+
+// Files below it are missing from an answer.
+void WarnUnlisted(const std::string& directory) {
+    LogWarning("%s: the folder cannot be read: %s", directory.c_str(), std::strerror(errno));
 }
 
 void WarnUnreadable(const std::string& key) {
@@ -309,7 +316,10 @@ void CDependencyManager::GetAllFilesRecursively(const std::string& folder, List&
         folders.pop_back();
         _finddata64i32_t data;
         const std::intptr_t handle = _findfirst64i32((directory + "/*.*").c_str(), &data);
-        if (handle == -1) continue;
+        if (handle == -1) {
+            WarnUnlisted(directory);
+            continue;
+        }
         do {
             const std::string name = data.name;
             if (name == "." || name == "..") continue;
@@ -317,6 +327,7 @@ void CDependencyManager::GetAllFilesRecursively(const std::string& folder, List&
                 data.attrib == FILE_ATTRIBUTE_DIRECTORY ? folders : out;
             list.push_back(directory + "/" + name);
         } while (_findnext64i32(handle, &data) == 0);
+        if (errno != ENOENT) WarnUnlisted(directory);
         _findclose(handle);
     }
 }
