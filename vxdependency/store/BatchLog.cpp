@@ -1,7 +1,6 @@
 #include "vxdependency/store/BatchLog.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <utility>
 
@@ -11,6 +10,11 @@ namespace {
 // The operation makes what came before it pointless.
 bool StartsAnew(RecordOperation kind) {
     return kind == RecordOperation::Replace || kind == RecordOperation::Delete;
+}
+
+// An operation's text stands behind it in memory.
+void PutBehind(BatchLog::Operation& operation, std::string_view text) {
+    std::copy(text.begin(), text.end(), reinterpret_cast<char*>(&operation + 1));
 }
 
 template <class Map>
@@ -51,7 +55,7 @@ void BatchLog::Append(RecordId id, RecordOperation kind, std::string_view text) 
         record.first = record.last;
         if (record.last->length == text.size()) {
             record.last->kind = kind;
-            std::memcpy(static_cast<void*>(record.last + 1), text.data(), text.size());
+            PutBehind(*record.last, text);
             return;
         }
     }
@@ -60,7 +64,7 @@ void BatchLog::Append(RecordId id, RecordOperation kind, std::string_view text) 
     m_arenaBytes += size;
     auto* const operation =
         new (memory) Operation{nullptr, static_cast<std::uint32_t>(text.size()), kind};
-    std::memcpy(static_cast<void*>(operation + 1), text.data(), text.size());
+    PutBehind(*operation, text);
 
     if (record.last == nullptr || StartsAnew(kind)) {
         record.first = operation;
@@ -114,7 +118,8 @@ void BatchLog::Clear() {
 std::string_view BatchLog::Keep(std::string_view text) {
     auto* const kept = static_cast<char*>(m_arena.allocate(text.size() + 1, 1));
     m_arenaBytes += text.size();
-    return {static_cast<char*>(std::memcpy(kept, text.data(), text.size())), text.size()};
+    std::copy(text.begin(), text.end(), kept);
+    return {kept, text.size()};
 }
 
 }  // namespace vexa::vxdependency
