@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -79,5 +80,11 @@ public:
 protected:
     std::string m_extension;
 };
+
+// Makes a generator, which the manager owns from its construction on.
+template <class Generator>
+Generator* MakeGenerator(const std::string& extension) {
+    return std::make_unique<Generator>(extension).release();
+}
 
 }  // namespace vexa

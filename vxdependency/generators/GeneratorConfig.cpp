@@ -38,18 +38,18 @@ const ujson::value& MemberAt(const ujson::object& rule, std::size_t index) {
 
 // The manager owns generators from their construction on.
 CDependencyXML* CreateXmlGenerator(const std::string& extension) {
-    if (extension == "surf") return new CDependencySurf(extension);
-    if (extension == "scn") return new CDependencyScn(extension);
-    if (extension == "animconfig") return new CDependencyAnimConfig(extension);
-    if (extension == "animation") return new CDependencyAnimationXML(extension);
-    if (extension == "skeleton") return new CDependencySkeletonXML(extension);
-    return new CDependencyXML(extension);
+    if (extension == "surf") return MakeGenerator<CDependencySurf>(extension);
+    if (extension == "scn") return MakeGenerator<CDependencyScn>(extension);
+    if (extension == "animconfig") return MakeGenerator<CDependencyAnimConfig>(extension);
+    if (extension == "animation") return MakeGenerator<CDependencyAnimationXML>(extension);
+    if (extension == "skeleton") return MakeGenerator<CDependencySkeletonXML>(extension);
+    return MakeGenerator<CDependencyXML>(extension);
 }
 
 CDependencyJSON* CreateJsonGenerator(const std::string& extension) {
-    if (extension == "animation") return new CDependencyAnimationJSON(extension);
-    if (extension == "skeleton") return new CDependencySkeletonJSON(extension);
-    return new CDependencyJSON(extension);
+    if (extension == "animation") return MakeGenerator<CDependencyAnimationJSON>(extension);
+    if (extension == "skeleton") return MakeGenerator<CDependencySkeletonJSON>(extension);
+    return MakeGenerator<CDependencyJSON>(extension);
 }
 
 // A pattern that no element's name is ever brought to is a slip that would lose references.

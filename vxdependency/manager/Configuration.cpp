@@ -40,11 +40,11 @@ void Configuration::CreateGenerators() const {
     LoadXmlGenerators(xmlPath);
     LoadJsonGenerators(jsonPath);
     // The manager owns generators from their construction on.
-    for (const char* extension : {"vs", "ps", "hlsl"}) new CDependencyShader(extension);
-    for (const char* extension : {"nfx", "spx"}) new CDependencyNfx(extension);
-    new CDependencySpr("spr");
-    new CDependencyChunk("chunk");
-    new CDependencyRawAnimation("rawanimation");
+    for (const char* extension : {"vs", "ps", "hlsl"}) MakeGenerator<CDependencyShader>(extension);
+    for (const char* extension : {"nfx", "spx"}) MakeGenerator<CDependencyNfx>(extension);
+    MakeGenerator<CDependencySpr>("spr");
+    MakeGenerator<CDependencyChunk>("chunk");
+    MakeGenerator<CDependencyRawAnimation>("rawanimation");
 }
 
 std::optional<std::string> Configuration::Fingerprint() const {

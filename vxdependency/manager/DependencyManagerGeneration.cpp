@@ -325,7 +325,7 @@ void CDependencyManager::GetAllFilesRecursively(const std::string& folder, List&
             if (name == "." || name == "..") continue;
             std::vector<std::string>& list =
                 data.attrib == FILE_ATTRIBUTE_DIRECTORY ? folders : out;
-            list.push_back(directory + "/" + name);
+            list.emplace_back(directory).append("/").append(name);
         } while (_findnext64i32(handle, &data) == 0);
         if (errno != ENOENT) WarnUnlisted(directory);
         _findclose(handle);

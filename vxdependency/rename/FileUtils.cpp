@@ -26,6 +26,7 @@ bool MakeDirectory(const fs::path& path) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value, as the editor declares it.
 bool FileUtils::CopyDir(const fs::path& source, const fs::path& destination, OnFile onFile) {
     if (!IsDirectory(source)) {
         std::cerr << "Source directory " << source.string()
