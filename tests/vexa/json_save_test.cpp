@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <functional>
 
@@ -184,29 +183,19 @@ TEST(JsonSave, AFailureNamesTheFileAndLeavesIt) {
 }
 
 TEST(JsonSave, DeepDocumentsAreSaved) {
-    constexpr int kDepth = 200000;
-    std::string open = "[[],";
-    std::string close = "]";
-    for (int i = 1; i < kDepth; ++i) {
-        open += i % 2 == 0 ? "[" : "{\"a\":";
-        close += i % 2 == 0 ? "]" : "}";
-    }
-    std::reverse(close.begin(), close.end());
+    constexpr std::size_t kDepth = 200000;
+    const std::string open(kDepth, '[');
+    const std::string close(kDepth, ']');
     JsonData document;
     ASSERT_EQ(document.LoadText(open + "\"a\"" + close), 0);
-    value* deepest = document.GetRoot();
-    while (deepest->is_object() || !deepest->to_array().empty())
-        deepest =
-            deepest->is_array() ? &deepest->to_array().back() : &deepest->to_object().back().second;
-    deepest->set_string("b");
+    First(document).set_string("b");
     EXPECT_TRUE(document.ToText() == open + "\"b\"" + close);
     AddToRoot(document);
     const std::string written = document.ToText();
-    EXPECT_LT(written.size(), 10 * open.size());
-    JsonData again;
-    ASSERT_EQ(again.LoadText(written), 0) << again.GetError();
-    *document.GetRoot() = std::move(*again.GetRoot());
-    EXPECT_TRUE(document.ToText() == written);
+    EXPECT_LT(written.size(), 5 * kDepth);
+    ASSERT_EQ(document.LoadText(written), 0) << document.GetError();
+    EXPECT_EQ(First(document).text(), "b");
+    EXPECT_EQ(document.GetRoot()->to_array().at(1).text(), "x/");
 }
 
 }  // namespace
