@@ -1,5 +1,5 @@
 // A JSON text under rules of every kind: the lists are exactly what the observer is told of, and
-// references stand where they say.
+// references stand where they say. Saved, it has the changes that were made and no other.
 // Seeds: *.json *.gltf *.tmj *.tsj *.world
 
 #include <algorithm>
@@ -55,6 +55,33 @@ vexa::CDependencyJSON& MakeGenerator() {
     return generator;
 }
 
+void SetStrings(vexa::ujson::value& root, const std::string& addition) {
+    std::vector<vexa::ujson::value*> pending{&root};
+    while (!pending.empty()) {
+        vexa::ujson::value& v = *pending.back();
+        pending.pop_back();
+        if (v.is_string()) v.set_string(v.to_string("") + addition);
+        for (auto& element : v.to_array()) pending.push_back(&element);
+        for (auto& [name, element] : v.to_object()) pending.push_back(&element);
+    }
+}
+
+void SaveChanged(vexa::vxio::JsonData& document) {
+    vexa::ujson::value& root = *document.GetRoot();
+    SetStrings(root, "");
+    Require(document.ToText() == document.GetSource(), "strings set to themselves change nothing");
+    SetStrings(root, "/\"\\\n");
+    vexa::vxio::JsonData changed;
+    Require(changed.LoadText(document.ToText()) == 0, "what is saved can be read");
+    vexa::ujson::value around(vexa::ujson::value::kind::Array);
+    around.to_array().push_back(std::move(root));
+    root = std::move(around);
+    vexa::vxio::JsonData anew;
+    Require(anew.LoadText(document.ToText()) == 0, "what is written anew can be read");
+    *changed.GetRoot() = std::move(anew.GetRoot()->to_array().at(0));
+    Require(changed.ToText() == changed.GetSource(), "both ways write the same values");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
@@ -77,5 +104,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     manager.MakeVectorUnique(observer.first);
     manager.MakeVectorUnique(observer.second);
     Require(first == observer.first && second == observer.second, "what is listed is reported");
+    if (wellFormed) SaveChanged(document);
     return 0;
 }

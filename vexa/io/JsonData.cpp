@@ -1,12 +1,12 @@
 #include "vexa/io/JsonData.h"
 
 #include <rapidjson/error/en.h>
-#include <rapidjson/reader.h>
 
 #include <new>
 #include <string_view>
 
 #include "vexa/common/InterfaceBox.h"
+#include "vexa/io/JsonText.h"
 #include "vexa/util/TextPosition.h"
 
 namespace vexa {
@@ -14,48 +14,6 @@ namespace ujson {
 namespace {
 
 constexpr std::size_t kValueLimit = std::size_t{1} << 25;
-
-// The parser's input: a text that ends in NUL. Unlike the library's own stream it is never copied,
-// so that the handler can ask how far the parser is.
-class TextStream {
-public:
-    using Ch = char;
-
-    TextStream(const std::string& text, std::size_t begin)
-        : m_begin(text.c_str()), m_at(m_begin + begin) {}
-    TextStream(const TextStream&) = delete;
-    TextStream& operator=(const TextStream&) = delete;
-
-    char Peek() const { return *m_at; }
-    char Take() { return *m_at++; }
-    std::size_t Tell() const { return static_cast<std::size_t>(m_at - m_begin); }
-
-    // Asked for by the library's concept of a stream, for parsing in place only.
-    char* PutBegin() { return nullptr; }
-    void Put(char) {}
-    std::size_t PutEnd(char*) { return 0; }
-
-private:
-    const char* m_begin;
-    const char* m_at;
-};
-
-bool IsEscaped(std::string_view text, std::size_t at) {
-    const std::size_t before = text.substr(0, at).find_last_not_of('\\');
-    return (at - before) % 2 == 0;  // npos + 1 is 0, so this holds at the text's start as well
-}
-
-// The opening quote of the string literal that ends before `end`.
-std::size_t StringBegin(std::string_view text, std::size_t end) {
-    std::size_t at = end - 1;
-    do at = text.rfind('"', at - 1);
-    while (IsEscaped(text, at));
-    return at;
-}
-
-bool IsOfNumber(char c) {
-    return (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '+' || c == 'e' || c == 'E';
-}
 
 std::size_t NumberBegin(std::string_view text, std::size_t end) {
     while (end > 0 && IsOfNumber(text[end - 1])) --end;
@@ -66,7 +24,7 @@ std::size_t NumberBegin(std::string_view text, std::size_t end) {
 
 // Builds the tree from the parser's events. The open lists are kept as pointers: a list is only
 // appended to while no list below it is open.
-class value_builder {
+class value_builder : public NumbersAsDoubles<value_builder> {
 public:
     value_builder(const std::string& text, const TextStream& stream, value& root)
         : m_text(text), m_stream(stream), m_root(root) {}
@@ -75,11 +33,6 @@ public:
 
     bool Null() { return Add(value(), End() - 4); }
     bool Bool(bool flag) { return Add(value(flag), End() - (flag ? 4 : 5)); }
-    bool Int(int number) { return Double(number); }
-    bool Uint(unsigned number) { return Double(number); }
-    bool Int64(std::int64_t number) { return Double(static_cast<double>(number)); }
-    bool Uint64(std::uint64_t number) { return Double(static_cast<double>(number)); }
-    bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }  // not asked for
     bool Double(double number) { return Add(value(number), NumberBegin(m_text, End())); }
     bool String(const char* text, rapidjson::SizeType length, bool) {
         return Add(value(std::string(text, length)), StringBegin(m_text, End()));
@@ -130,10 +83,6 @@ private:
 namespace vxio {
 namespace {
 
-// Not recursive, since depth comes from input.
-constexpr unsigned kParseOptions = rapidjson::kParseIterativeFlag | rapidjson::kParseCommentsFlag;
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-
 // In JSON the first two characters are ASCII.
 bool IsWideText(std::string_view text) {
     return text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") ||
@@ -153,7 +102,9 @@ int JsonData::Load(const std::string& path) {
     try {
         std::string text(file->GetData(), file->GetSize());
         file.reset();
-        return LoadText(std::move(text));
+        if (LoadText(std::move(text)) != 0) return -1;
+        m_path = InterfaceBox::Instance().GetFileService().AbsolutePath(path);
+        return 0;
     } catch (const std::bad_alloc&) {
         return Fail("out of memory");
     }
@@ -161,6 +112,7 @@ int JsonData::Load(const std::string& path) {
 
 int JsonData::LoadText(std::string text) {
     m_source = std::move(text);
+    m_path.clear();
     m_error.clear();
     m_root = nullptr;
     m_lines.reset();
@@ -175,11 +127,10 @@ int JsonData::LoadText(std::string text) {
 }
 
 int JsonData::Parse() {
-    ujson::TextStream stream(m_source, m_source.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0);
+    ujson::TextStream stream(m_source);
     auto root = std::make_unique<ujson::value>();
     ujson::value_builder builder(m_source, stream, *root);
-    rapidjson::Reader reader;
-    const rapidjson::ParseResult result = reader.Parse<kParseOptions>(stream, builder);
+    const rapidjson::ParseResult result = ujson::ReadEvents(stream, builder);
     if (builder.TooMany()) return Fail("the document has too many values");
     if (!result) {
         return Fail(DescribeAt(m_source, result.Offset(),

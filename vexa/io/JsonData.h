@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -58,6 +59,10 @@ public:
 
     // The string's text, in UTF-8 unless the file held other bytes; `fallback` for other kinds.
     std::string to_string(const std::string& fallback) const;
+    // The same in place, until the value changes; "" for other kinds.
+    std::string_view text() const;
+    bool to_bool(bool fallback) const;
+    double to_double(double fallback) const;
     // The number cut to its integer part; `fallback` for other kinds and for numbers that do not
     // fit.
     std::int32_t to_int32(std::int32_t fallback) const;
@@ -92,6 +97,12 @@ private:
     std::uint64_t m_kind : 8 = code(kind::Null);
 };
 
+// How a document is written where its source does not tell.
+struct to_string_options {
+    // The blanks by which a level is indented.
+    unsigned indent = 2;
+};
+
 }  // namespace ujson
 
 namespace vxio {
@@ -112,12 +123,28 @@ public:
     int Load(const std::string& path);
     int LoadText(std::string text);
 
+    // Writes the document to a file, by a path in any form, at once and as a whole: a crash leaves
+    // the old file or the new one. 0 when done; -1 when nothing is loaded or the file cannot be
+    // written: GetError then names the file and says why, and the file is as it was. The file that
+    // was loaded is not touched when nothing was changed, nor is one that has these bytes already.
+    int Save(const std::string& path, const ujson::to_string_options& options = {});
+
+    // The bytes that Save writes; "" when nothing is loaded. They are those that were read, except
+    // for strings whose text was changed, as long as there is no other change: one then has
+    // the quotes, backslashes and control characters escaped, and "/" where its old text escaped
+    // each. Otherwise the document is written anew: with the source's byte order mark,
+    // indentation, line ends, last line break and spellings of numbers, but without comments, and
+    // indented no deeper than 64 levels.
+    std::string ToText(const ujson::to_string_options& options = {}) const;
+
     // The root value; null when nothing is loaded.
     ujson::value* GetRoot();
 
-    // "line 3, column 7: missing a comma", "" after a success.
+    // Why the last Load, LoadText or Save failed, "line 3, column 7: missing a comma"; "" if it did
+    // not.
     const std::string& GetError() const { return m_error; }
 
+    // The bytes as they were read; offsets and lines are of these, also after a Save.
     const std::string& GetSource() const { return m_source; }
 
     // The line, from 1, on which an offset stands.
@@ -128,6 +155,7 @@ private:
     int Fail(std::string reason);
 
     std::string m_source;
+    std::string m_path;  // absolute, of the file that was loaded
     std::string m_error;
     std::unique_ptr<ujson::value> m_root;
     mutable std::optional<LineIndex> m_lines;  // made when somebody asks for one

@@ -166,6 +166,18 @@ std::string value::to_string(const std::string& fallback) const {
     return is_string() ? *m_data.text : fallback;
 }
 
+std::string_view value::text() const {
+    return is_string() ? std::string_view(*m_data.text) : std::string_view();
+}
+
+bool value::to_bool(bool fallback) const {
+    return type() == kind::Boolean ? m_data.flag : fallback;
+}
+
+double value::to_double(double fallback) const {
+    return type() == kind::Number ? m_data.number : fallback;
+}
+
 std::int32_t value::to_int32(std::int32_t fallback) const {
     using Limits = std::numeric_limits<std::int32_t>;
     if (type() != kind::Number) return fallback;

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "vexa/common/InterfaceBox.h"
-#include "vexa/os/AtomicFile.h"
+#include "vexa/common/DocumentFile.h"
 #include "vexa/util/XmlDocument.h"
 #include "vexa/util/XmlWriter.h"
 
@@ -32,11 +31,6 @@ bool IsCharacter(char c) {
 bool CanHold(TextEncoding encoding, std::string_view value) {
     return std::ranges::all_of(value, IsCharacter) &&
            (encoding == TextEncoding::Utf8 || IsUtf8(value));
-}
-
-bool Holds(const std::string& path, std::string_view bytes) {
-    const FilePtr file = InterfaceBox::Instance().GetFileService().ReadFile(path);
-    return file && std::string_view(file->GetData(), file->GetSize()) == bytes;
 }
 
 }  // namespace
@@ -148,10 +142,7 @@ XmlDoc XmlDoc::AddDocument(const std::string& path, const std::string& name) {
 bool XmlDoc::Save(const std::string& path) {
     if (!m_document || !m_document->dom.first_child()) return false;
     m_document->error.clear();
-    const std::string bytes = m_document->Bytes();
-    if (Holds(path, bytes)) return true;
-    return os::SaveFile(InterfaceBox::Instance().GetFileService().AbsolutePath(path), bytes,
-                        m_document->error);
+    return SaveDocument(path, m_document->Bytes(), m_document->error);
 }
 
 }  // namespace vexa
