@@ -176,5 +176,20 @@ TEST(Revert, MakesTextsThatNameTheNewPath) {
     }));
 }
 
+TEST(Revert, ToTheSamePathChangesNothing) {
+    const test::Project project;
+    EXPECT_TRUE(rc::check("for any reference that names it", [&] {
+        const auto file = GeneratorForm(*AnyKey());
+        const auto key = *AnyKey();
+        const auto text = *AnyText(key);
+        const auto mask = *rc::gen::inRange(0, 0x2000);
+        project.Remove("");
+        project.Touch(key);
+        if (!FileNameProcessor::Names(file, text, mask, key)) return;
+        RC_LOG() << file << ": " << text << " for " << key << ", mask " << mask;
+        RC_ASSERT(FileNameProcessor::Revert(file, text, mask, key, key) == text);
+    }));
+}
+
 }  // namespace
 }  // namespace vexa

@@ -48,6 +48,15 @@ bool RootedKey(const Reference& reference, const std::string& text, std::string&
     return strategies::RootedKey(anchored ? WithoutAnchor(text) : text, key);
 }
 
+// Strategies that run before the anchor is taken off read it as a folder.
+bool ReadsAnchor(const Reference& reference) {
+    return Has(reference, FNStrategyType::Root) || Has(reference, FNStrategyType::Effect);
+}
+
+bool UncutKey(const Reference&, const std::string& text, std::string& key) {
+    return strategies::RootedKey(text, key);
+}
+
 using KeyReading = bool (*)(const Reference& reference, const std::string& text, std::string& key);
 
 bool SameFolder(const std::string& a, const std::string& b) {
@@ -168,7 +177,9 @@ bool Directory(const Reference& reference, std::string& text, const std::string&
 }
 
 bool Root(const Reference& reference, std::string& text, const std::string&) {
-    if (!KeepFolder(reference, RootedKey, text)) Spell(reference, reference.lead, text);
+    const bool kept = KeepFolder(reference, RootedKey, text) ||
+                      (ReadsAnchor(reference) && KeepFolder(reference, UncutKey, text));
+    if (!kept) Spell(reference, reference.lead, text);
     return true;
 }
 
