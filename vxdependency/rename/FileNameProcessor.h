@@ -31,7 +31,8 @@ struct NameReadings {
     std::vector<std::string> companions;   // existing files that come with the named resource
 };
 
-// Turns the text of a reference into the resource paths that it stands for. No state; any thread.
+// Turns the text of a reference into the resource paths that it stands for, and back. No state; any
+// thread.
 class VX_API FileNameProcessor {
 public:
     using List = std::vector<std::string>;
@@ -52,6 +53,29 @@ public:
     // The same, telling which strategy yielded which candidate. What was looked for beside the
     // named resource and is not there is reported to the thread's reference observer.
     static NameReadings Read(const std::string& file, const std::string& text, int mask);
+
+    // The text that names the resource `newPath` (a key) in the form that `text`, a reference in
+    // `file` (generator form) read by `mask`, has: relative to the file or from the resource root;
+    // its separator; a leading "/", "./" or "res/"; its selector, under 0x20; without ".nfx", under
+    // 0x10, if the text left it out; with the image extension that the text has, under 0x100, if
+    // `newPath` is then what is found; the folder, under 0x800, of a terrain part (the other parts
+    // are taken to go with it). A folder that stays keeps its spelling. `oldPath` (a key), which
+    // the text has named, tells how the text is to be read where it can be read in several ways.
+    //
+    // Call it when the files lie where they will: what is there decides whether an image's
+    // extension may stay, and between forms a text that also names an existing file of another
+    // folder is avoided. Where no such form names `newPath` (a name with "#" under 0x20), the
+    // nearest that does is returned: the other reading, then the path in full, then without the
+    // selector; where nothing does, the form of `text` all the same, for which Names is false. ""
+    // gives "", and what is no key is returned as it stands. Bit 0x4 (a caller saw a "/" in the
+    // text) changes nothing.
+    // Throws as Execute does, and so does Names.
+    static std::string Revert(const std::string& file, const std::string& text, int mask,
+                              const std::string& newPath, const std::string& oldPath = "");
+
+    // Whether `path` (a key) is among the candidates for the reference.
+    static bool Names(const std::string& file, const std::string& text, int mask,
+                      const std::string& path);
 
     // True for one line of at most 260 characters without control characters, that is no URL, no
     // "data:" text and no number, and has a separator or an extension of 1 to 16 letters and digits

@@ -5,6 +5,7 @@
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/io/Path.h"
+#include "vexa/io/PathText.h"
 #include "vxdependency/generators/DependencyBase.h"
 #include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
@@ -41,18 +42,6 @@ bool AddKey(const std::string& key, Found& found) {
     return true;
 }
 
-// The key of `name` taken from the resource root.
-bool RootedKey(const std::string& name, std::string& key) {
-    return CanBeAName(name) && Files().KeyOfReference(name, key);
-}
-
-// The key of `name` joined to the directory of `file`.
-bool JoinedKey(const std::string& file, const std::string& name, std::string& key) {
-    if (!CanBeAName(name) || !Files().MakeRelative(file, key)) return false;
-    const std::string directory = vxio::GetDirName(key);
-    return NormaliseKey(directory + "/" + name, key);
-}
-
 // The keys of both readings of `name`: relative to the file, and to the resource root.
 std::vector<std::string> BothKeys(const std::string& file, const std::string& name) {
     std::vector<std::string> keys;
@@ -70,15 +59,11 @@ bool AddBindingFiles(const std::string& key, Found& found) {
     return found.companions.size() != before;
 }
 
-bool IsSeparator(char c) {
-    return c == '/' || c == '\\';
-}
-
 // Takes `tail` off the end of `path`; false when that leaves nothing that names a file.
 bool CutTail(std::string& path, const std::string& tail) {
     if (!path.ends_with(tail)) return false;
     path.resize(path.size() - tail.size());
-    return !path.empty() && !IsSeparator(path.back());
+    return !path.empty() && !vxio::IsSeparator(path.back());
 }
 
 // Gives an image the first extension under which it exists.
@@ -135,6 +120,16 @@ private:
 
 }  // namespace
 
+bool RootedKey(const std::string& name, std::string& key) {
+    return CanBeAName(name) && Files().KeyOfReference(name, key);
+}
+
+bool JoinedKey(const std::string& file, const std::string& name, std::string& key) {
+    if (!CanBeAName(name) || !Files().MakeRelative(file, key)) return false;
+    const std::string directory = vxio::GetDirName(key);
+    return NormaliseKey(directory + "/" + name, key);
+}
+
 bool Root(const std::string&, std::string& name, Found& found) {
     std::string key;
     return FileNameProcessor::IsAPath(name) && RootedKey(name, key) && AddKey(key, found);
@@ -171,7 +166,7 @@ bool Anchored(const std::string&, std::string& name, Found&) {
         name.erase(0, std::min(name.find_first_not_of("/\\"), name.size()));
     };
     dropSeparators();
-    if (name.size() > 4 && name.starts_with("res") && IsSeparator(name[3])) {
+    if (name.size() > 4 && name.starts_with("res") && vxio::IsSeparator(name[3])) {
         name.erase(0, 3);
         dropSeparators();
     }
@@ -224,8 +219,9 @@ bool RawAnimation(const std::string& file, std::string& name, Found& found) {
 bool TerrainTool(const std::string& file, std::string& name, Found& found) {
     bool added = false;
     for (const std::string& folder : BothKeys(file, name)) {
-        for (const char* part : {"geod.bson", "geod.gaj", "geod.gax"}) {
-            const std::string key = folder.empty() ? part : folder + "/" + part;
+        for (const std::string_view part : kTerrainParts) {
+            std::string key = folder;
+            vxio::AppendSegment(key, part);
             if (Files().FileExists(key)) {
                 added |= AddKey(key, found);
             } else {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vexa::strategies {
@@ -14,6 +15,14 @@ struct Found {
 // One interpretation of a reference in `file`. `name` is the working name, at first the reference's
 // text; a strategy may add to `found` or adjust the name. True when it did either.
 using Strategy = bool (*)(const std::string& file, std::string& name, Found& found);
+
+// The key of `name` taken from the resource root, and of `name` joined to the directory of `file`.
+// False when it names nothing.
+bool RootedKey(const std::string& name, std::string& key);
+bool JoinedKey(const std::string& file, const std::string& name, std::string& key);
+
+// The files of a terrain-tool folder.
+inline constexpr std::string_view kTerrainParts[] = {"geod.bson", "geod.gaj", "geod.gax"};
 
 bool Root(const std::string& file, std::string& name, Found& found);
 bool Directory(const std::string& file, std::string& name, Found& found);
