@@ -136,6 +136,7 @@ void Summarise(const std::vector<Reference>& references) {
 ExitCode Explain(const GlobalOptions& options, const std::string& path, bool json) {
     const Project project(options);
     const std::string key = OpenAndFind(project, path);
+    if (IsFolder(key)) throw Failure(path + ": is a folder; one file can be explained at a time");
     vexa::CDependencyManager& manager = Project::Manager();
     if (!manager.GetDependencyGenerator(key)) {
         throw Failure(key + ": no rule reads files of this kind; it refers to nothing");

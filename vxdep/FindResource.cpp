@@ -46,6 +46,10 @@ std::string OpenAndFind(const Project& project, const std::string& argument) {
     const std::vector<std::string> keys = KeysOfArgument(argument, project.Resources());
     project.Open();
     project.LoadGenerators();
+    return ChooseKey(argument, keys);
+}
+
+std::string ChooseKey(const std::string& argument, const std::vector<std::string>& keys) {
     for (const std::string& key : keys) {
         if (IsKnown(key)) return key;
     }

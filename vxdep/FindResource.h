@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace vxdep {
 
@@ -10,6 +11,10 @@ class Project;
 // reading that exists or that the store knows. Throws Failure, naming the file that may be meant.
 // To be called before the working directory changes.
 std::string OpenAndFind(const Project& project, const std::string& argument);
+
+// Of the keys that a path argument may mean, the first that exists in the open project or that its
+// store knows. Throws Failure as OpenAndFind does.
+std::string ChooseKey(const std::string& argument, const std::vector<std::string>& keys);
 
 // Of the open project, by key.
 bool IsFolder(const std::string& key);

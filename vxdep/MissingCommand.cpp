@@ -7,6 +7,7 @@
 #include "vxdep/Commands.h"
 #include "vxdep/Console.h"
 #include "vxdep/FilesByName.h"
+#include "vxdep/FindResource.h"
 #include "vxdep/Json.h"
 #include "vxdep/PathArgument.h"
 #include "vxdep/Place.h"
@@ -38,9 +39,10 @@ std::string NameIn(const std::string& text) {
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
-std::vector<Entry> EntriesBelow(const std::string& prefix) {
+std::vector<Entry> EntriesOf(const std::string& prefix) {
     std::vector<Entry> entries;
     Project::Store().ForEachFindings(prefix, [&](std::string_view file, const Findings& findings) {
+        if (!prefix.empty() && prefix.back() != '/' && file != prefix) return true;
         for (const MissingReference& reference : findings.missing) {
             entries.push_back({std::string(file), reference, ""});
         }
@@ -90,19 +92,20 @@ void PrintJson(const std::vector<Entry>& entries) {
     output.Finish();
 }
 
-// The part of the tree that is asked for, as the beginning of keys.
-std::string PrefixOf(const Project& project, const Request& request) {
-    if (request.folder.empty()) return "";
-    const std::string key = KeysOfArgument(request.folder, project.Resources()).front();
-    const bool isFolder = std::filesystem::is_directory(project.Resources() / key);
-    return key.empty() || !isFolder ? key : key + "/";
+// Opens the project, and tells the part of it that is asked for: a folder with "/" at its end, one
+// file, or "" for all.
+std::string OpenPart(const Project& project, const Request& request) {
+    std::vector<std::string> keys;
+    if (!request.folder.empty()) keys = KeysOfArgument(request.folder, project.Resources());
+    project.Open();
+    if (keys.empty()) return "";
+    const std::string key = ChooseKey(request.folder, keys);
+    return key.empty() || !IsFolder(key) ? key : key + "/";
 }
 
 ExitCode TellMissing(const GlobalOptions& options, const Request& request) {
     const Project project(options);
-    const std::string prefix = PrefixOf(project, request);
-    project.Open();
-    std::vector<Entry> entries = EntriesBelow(prefix);
+    std::vector<Entry> entries = EntriesOf(OpenPart(project, request));
     Suggest(entries);
     vexa::FlushLog();
     Project::WarnIfNeverScanned();

@@ -36,6 +36,7 @@ class Missing(support.ProjectCase):
         self.assertEqual(len(self.run_vxdep("missing", "two.scene", cwd=self.res / "b").lines), 1)
         self.assertEqual(self.run_vxdep("-q", "missing", "textures").code, 0)
         self.refuse("missing", "../elsewhere", says=["elsewhere"])
+        self.refuse("missing", "textuers", says=["textuers: no such file"])
 
     def test_follows_files_that_come_and_go(self):
         self.write("textures/stone.tga")
@@ -76,6 +77,7 @@ class Explain(support.ProjectCase):
         self.run_vxdep("-q", "scan")
         self.refuse("explain", "textures/wood.tga", says=["textures/wood.tga", "no rule reads"])
         self.refuse("explain", "levels/broken.scene", says=["levels/broken.scene: cannot be read"])
+        self.refuse("explain", "levels", says=["levels: is a folder"])
         self.refuse("explain", "levels/wood.tga", says=["did you mean textures/wood.tga?"])
 
 
