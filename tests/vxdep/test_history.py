@@ -84,6 +84,8 @@ class Histories(support.ProjectCase):
         for step in range(12):
             for _ in range(rng.randrange(1, 6)):
                 self.change(rng)
+            for file in rng.sample(ALL, 6):  # a query must not hide a change from the scan
+                self.run_vxdep("-q", "deps", file)
             kept = self.answers()
             (self.root / "temp").rename(self.root / "kept")
             self.assertEqual(kept, self.answers(), f"step {step}")

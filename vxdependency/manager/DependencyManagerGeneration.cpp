@@ -101,11 +101,12 @@ bool CDependencyManager::IsUpToDate(const std::string& key) {
     std::int64_t stored = std::numeric_limits<std::int64_t>::min();
     Store().GetTimeStamp(absolute, stored);
     if (stored != look.seconds) return false;
+    if (!look.state.exists) return true;
 
     // Within one second the stamp cannot tell two writes apart; the catalogue can.
     CatalogueEntry entry;
-    if (!Store().FindFile(key, entry)) return !look.state.exists;
-    return entry.writeTimeNs == look.state.writeTimeNs && entry.size == look.state.size;
+    return Store().FindFile(key, entry) && entry.writeTimeNs == look.state.writeTimeNs &&
+           entry.size == look.state.size;
 }
 
 // Appends the entries of a list as they are stored: as keys where they name something below the
@@ -165,13 +166,11 @@ void CDependencyManager::StoreList(const std::string& key, const std::string& ol
 void CDependencyManager::StoreState(const std::string& key, const FileLook& look,
                                     const GenerationResult& result) {
     Store().SetTimeStamp(Files().AbsolutePath(key), look.seconds);
-    if (look.state.exists) {
-        Store().SetFile(key,
-                        {look.state.writeTimeNs, look.state.size,
-                         static_cast<std::uint32_t>(result.dependencies.size()), result.failed});
-    } else {
-        Store().EraseFile(key);
-    }
+    // A file that is gone stays in the catalogue until it is forgotten: by that the next scan knows
+    // that those which refer to it are to be read again.
+    if (!look.state.exists) return;
+    Store().SetFile(key, {look.state.writeTimeNs, look.state.size,
+                          static_cast<std::uint32_t>(result.dependencies.size()), result.failed});
 }
 
 GenerationResult CDependencyManager::Regenerate(const std::string& file, const std::string& second,

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
+#include <new>
 
 #include "vexa/os/FindFiles.h"
 #include "vexa/os/WindowsApi.h"
@@ -40,6 +41,15 @@ void List(ListedFolder& folder) {
     _findclose(handle);
 }
 
+// A thread that ended here would have the others wait for it for ever.
+void ListOrSayWhyNot(ListedFolder& folder) {
+    try {
+        List(folder);
+    } catch (const std::bad_alloc&) {
+        folder.error = ENOMEM;
+    }
+}
+
 // The folders that are still to be listed. Shared with the worker, which may come late.
 class Walk {
 public:
@@ -58,7 +68,7 @@ public:
             ++m_busy;
             lock.unlock();
             const bool goOn = m_goOn();
-            if (goOn) List(folder);
+            if (goOn) ListOrSayWhyNot(folder);
             lock.lock();
             --m_busy;
             for (const auto& below : folder.folders) m_waiting.push_back(below.get());
