@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "vexa/common/FileServiceLayer.h"
 #include "vexa/common/InterfaceBox.h"
 
 namespace vexa::test {
@@ -24,13 +25,13 @@ private:
 
 // For its life the file service, in which every file holds the same bytes, and which exists is for
 // a function of the key to say.
-class MemoryFiles final : public IFileService {
+class MemoryFiles final : public FileServiceLayer {
 public:
     MemoryFiles(std::string bytes, std::function<bool(const std::string&)> exists)
-        : m_bytes(std::move(bytes)), m_exists(std::move(exists)) {
-        m_before = InterfaceBox::Instance().ReplaceFileService(this);
-    }
-    ~MemoryFiles() override { InterfaceBox::Instance().ReplaceFileService(m_before); }
+        : FileServiceLayer(*InterfaceBox::Instance().ReplaceFileService(this)),
+          m_bytes(std::move(bytes)),
+          m_exists(std::move(exists)) {}
+    ~MemoryFiles() override { InterfaceBox::Instance().ReplaceFileService(&Below()); }
 
     FilePtr ReadFile(const std::string&) override { return FilePtr(new MemoryFile(m_bytes)); }
     bool FileExists(const std::string& path) override {
@@ -38,23 +39,10 @@ public:
         return NormaliseKey(path, key) && m_exists(key);
     }
     FileState GetState(const std::string& path) override { return {FileExists(path)}; }
-    bool MakeRelative(const std::string& path, std::string& key) override {
-        return m_before->MakeRelative(path, key);
-    }
-    bool KeyOfReference(const std::string& text, std::string& key) override {
-        return m_before->KeyOfReference(text, key);
-    }
-    std::string AbsolutePath(const std::string& path) override {
-        return m_before->AbsolutePath(path);
-    }
-    bool NormalisePath(const char* path, char* buffer, std::size_t capacity) override {
-        return m_before->NormalisePath(path, buffer, capacity);
-    }
 
 private:
     std::string m_bytes;
     std::function<bool(const std::string&)> m_exists;
-    IFileService* m_before;
 };
 
 }  // namespace vexa::test

@@ -9,7 +9,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/Project.h"
 #include "tests/support/Scan.h"
-#include "vexa/common/FileService.h"
+#include "vexa/common/FileServiceLayer.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/scanner/DependencyScanner.h"
 #include "vxdependency/store/GeneralDependency.h"
@@ -209,34 +209,20 @@ TEST_F(ScannerTest, RequestsRunOneAfterAnotherAndAnAwaitedFileIsAnnounced) {
 }
 
 // A file service that calls back for every file that is read.
-class ObservedFiles : public IFileService {
+class ObservedFiles : public FileServiceLayer {
 public:
     explicit ObservedFiles(std::function<void(const std::string&)> onRead)
-        : m_onRead(std::move(onRead)), m_inner(InterfaceBox::Instance().ReplaceFileService(this)) {}
-    ~ObservedFiles() override { InterfaceBox::Instance().ReplaceFileService(m_inner); }
+        : FileServiceLayer(*InterfaceBox::Instance().ReplaceFileService(this)),
+          m_onRead(std::move(onRead)) {}
+    ~ObservedFiles() override { InterfaceBox::Instance().ReplaceFileService(&Below()); }
 
     FilePtr ReadFile(const std::string& path) override {
         m_onRead(path);
-        return m_inner->ReadFile(path);
-    }
-    bool FileExists(const std::string& path) override { return m_inner->FileExists(path); }
-    FileState GetState(const std::string& path) override { return m_inner->GetState(path); }
-    bool MakeRelative(const std::string& path, std::string& key) override {
-        return m_inner->MakeRelative(path, key);
-    }
-    bool KeyOfReference(const std::string& text, std::string& key) override {
-        return m_inner->KeyOfReference(text, key);
-    }
-    std::string AbsolutePath(const std::string& path) override {
-        return m_inner->AbsolutePath(path);
-    }
-    bool NormalisePath(const char* path, char* buffer, std::size_t capacity) override {
-        return m_inner->NormalisePath(path, buffer, capacity);
+        return Below().ReadFile(path);
     }
 
 private:
     std::function<void(const std::string&)> m_onRead;
-    IFileService* m_inner;
 };
 
 // Scans while something happens whenever a file is about to be read whose path ends in `ending`.

@@ -6,7 +6,9 @@
 
 #include "vexa/common/KnownFiles.h"
 #include "vexa/io/PathText.h"
+#include "vexa/os/AtomicFile.h"
 #include "vexa/os/FileAccess.h"
+#include "vexa/os/WindowsApi.h"
 
 namespace vexa {
 
@@ -48,7 +50,7 @@ DiskFileService::DiskFileService(RootSource resourceRoot)
 
 FilePtr DiskFileService::ReadFile(const std::string& path) {
     std::string place;
-    if (!PlaceOnDisk(path, place)) return nullptr;
+    if (!FindPlace(path, place)) return nullptr;
     os::FileContents contents = os::ReadWholeFile(place);
     return FilePtr(contents.bytes ? new FileInMemory(std::move(contents)) : nullptr);
 }
@@ -61,12 +63,12 @@ bool DiskFileService::FileExists(const std::string& path) {
         const KnownFiles::Answer answer = known->Find(place);
         if (answer != KnownFiles::Answer::AskDisk) return answer == KnownFiles::Answer::Yes;
     }
-    return PlaceOnDisk(path, place) && os::IsRegularFile(place);
+    return FindPlace(path, place) && os::IsRegularFile(place);
 }
 
 FileState DiskFileService::GetState(const std::string& path) {
     std::string place;
-    return PlaceOnDisk(path, place) ? os::StateOfPath(place) : FileState{};
+    return FindPlace(path, place) ? os::StateOfPath(place) : FileState{};
 }
 
 bool DiskFileService::MakeRelative(const std::string& path, std::string& key) {
@@ -100,6 +102,35 @@ bool DiskFileService::NormalisePath(const char* path, char* buffer, std::size_t 
     return fits;
 }
 
+// An absolute path needs no key: the system finds it under each of its names.
+bool DiskFileService::FindPlace(const std::string& path, std::string& place) {
+    if (IsAbsolute(path)) return NormaliseAbsolute(path, place);
+    if (!NormaliseKey(path, place)) return false;
+    place = BelowRoot(place);
+    return true;
+}
+
+bool DiskFileService::Save(const std::string& path, std::string_view bytes, std::string& error) {
+    std::string place;
+    if (FindPlace(path, place)) return os::SaveFile(place, bytes, error);
+    error = path + ": not a path below the resource root";
+    return false;
+}
+
+std::uint32_t DiskFileService::Move(const std::string& from, const std::string& to) {
+    std::string source;
+    std::string target;
+    if (!FindPlace(from, source) || !FindPlace(to, target)) return ERROR_PATH_NOT_FOUND;
+    return MoveFileA(source.c_str(), target.c_str()) ? 0 : GetLastError();
+}
+
+std::uint32_t DiskFileService::Copy(const std::string& from, const std::string& to) {
+    std::string source;
+    std::string target;
+    if (!FindPlace(from, source) || !FindPlace(to, target)) return ERROR_PATH_NOT_FOUND;
+    return CopyFileA(source.c_str(), target.c_str(), TRUE) ? 0 : GetLastError();
+}
+
 // Takes a normalised absolute path that begins with the resource root as it is spelled.
 bool DiskFileService::KeyByName(const std::string& absolute, std::string& key) const {
     const std::string& root = m_resourceRoot();
@@ -121,15 +152,6 @@ bool DiskFileService::KeyByPlace(const std::string& absolute, std::string& key) 
         return true;
     }
     return false;
-}
-
-// Where on the disk a path in any form is; false when it is nowhere. An absolute path needs no key:
-// the system finds it under each of its names.
-bool DiskFileService::PlaceOnDisk(const std::string& path, std::string& place) const {
-    if (IsAbsolute(path)) return NormaliseAbsolute(path, place);
-    if (!NormaliseKey(path, place)) return false;
-    place = BelowRoot(place);
-    return true;
 }
 
 std::string DiskFileService::BelowRoot(const std::string& relative) const {

@@ -21,11 +21,14 @@ public:
     bool KeyOfReference(const std::string& text, std::string& key) override;
     std::string AbsolutePath(const std::string& path) override;
     bool NormalisePath(const char* path, char* buffer, std::size_t capacity) override;
+    bool FindPlace(const std::string& path, std::string& place) override;
+    bool Save(const std::string& path, std::string_view bytes, std::string& error) override;
+    std::uint32_t Move(const std::string& from, const std::string& to) override;
+    std::uint32_t Copy(const std::string& from, const std::string& to) override;
 
 private:
     bool KeyByName(const std::string& absolute, std::string& key) const;
     bool KeyByPlace(const std::string& absolute, std::string& key) const;
-    bool PlaceOnDisk(const std::string& path, std::string& place) const;
     std::string BelowRoot(const std::string& relative) const;
 
     const RootSource m_resourceRoot;

@@ -1,7 +1,6 @@
 #include "vexa/common/DocumentFile.h"
 
 #include "vexa/common/InterfaceBox.h"
-#include "vexa/os/AtomicFile.h"
 
 namespace vexa {
 namespace {
@@ -15,7 +14,7 @@ bool Holds(const std::string& path, std::string_view bytes) {
 
 bool SaveDocument(const std::string& path, std::string_view bytes, std::string& error) {
     if (Holds(path, bytes)) return true;
-    return os::SaveFile(InterfaceBox::Instance().GetFileService().AbsolutePath(path), bytes, error);
+    return InterfaceBox::Instance().GetFileService().Save(path, bytes, error);
 }
 
 }  // namespace vexa

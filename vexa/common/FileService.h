@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "vexa/Export.h"
 
@@ -78,6 +79,19 @@ public:
     // with "/" separators) and a NUL to `buffer`. False, with "" in a buffer that holds a NUL, when
     // it does not fit.
     virtual bool NormalisePath(const char* path, char* buffer, std::size_t capacity) = 0;
+
+    // Where on the disk the contents of `path` lie: an absolute path. False when they lie nowhere
+    // there: `path` names nothing, or its contents are not on the disk (yet). Nothing need exist.
+    virtual bool FindPlace(const std::string& path, std::string& place) = 0;
+
+    // Makes `bytes` the contents of a file, at once and as a whole (see os::AtomicFile). False when
+    // that cannot be; `error` then names the file and says why.
+    virtual bool Save(const std::string& path, std::string_view bytes, std::string& error) = 0;
+
+    // Moves a file or a directory, or copies a file; nothing is ever replaced. 0 when done,
+    // otherwise the error as GetLastError numbers them, and nothing has changed.
+    virtual std::uint32_t Move(const std::string& from, const std::string& to) = 0;
+    virtual std::uint32_t Copy(const std::string& from, const std::string& to) = 0;
 };
 
 // Helpers on keys; no disk is touched.

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <utility>
 
 #include "vexa/common/DiskFileService.h"
 #include "vexa/common/Log.h"
@@ -27,6 +28,8 @@ public:
 private:
     std::atomic<std::int64_t> m_last{0};
 };
+
+thread_local IFileService* t_service = nullptr;
 
 std::string WorkingDirectory() {
     std::error_code error;
@@ -82,11 +85,18 @@ std::string InterfaceBox::GetResourcePath(const std::string& path) {
 }
 
 IFileService& InterfaceBox::GetFileService() {
-    return *m_state->service;
+    return t_service ? *t_service : *m_state->service;
 }
 
 IFileService* InterfaceBox::ReplaceFileService(IFileService* service) {
     return m_state->service.exchange(service == nullptr ? &m_state->disk : service);
+}
+
+FileServiceUse::FileServiceUse(IFileService& service)
+    : m_before(std::exchange(t_service, &service)) {}
+
+FileServiceUse::~FileServiceUse() {
+    t_service = m_before;
 }
 
 }  // namespace vexa

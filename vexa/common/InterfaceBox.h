@@ -48,11 +48,12 @@ public:
     // The resource path of an input path: the key where it has one, else empty.
     virtual std::string GetResourcePath(const std::string& path);
 
+    // The file service: that of a FileServiceUse on the calling thread, if there is one.
     virtual IFileService& GetFileService();
 
     // Puts another file service in place, at once for all threads, and returns the one before it;
-    // null brings back the box's own. For tests that inject failures and for overlays. The caller
-    // keeps the ownership of what it passes; threads may still be inside the one before.
+    // null brings back the box's own. For tests that inject failures. The caller keeps the
+    // ownership of what it passes; threads may still be inside the one before.
     virtual IFileService* ReplaceFileService(IFileService* service);
 
 protected:
@@ -62,6 +63,19 @@ protected:
 private:
     struct State;
     std::unique_ptr<State> m_state;
+};
+
+// Makes a file service the calling thread's own for the life of the object: what is planned over an
+// overlay must not show to other threads. The caller keeps the ownership of the service.
+class VX_API FileServiceUse {
+public:
+    explicit FileServiceUse(IFileService& service);
+    ~FileServiceUse();
+    FileServiceUse(const FileServiceUse&) = delete;
+    FileServiceUse& operator=(const FileServiceUse&) = delete;
+
+private:
+    IFileService* m_before;
 };
 
 }  // namespace vexa

@@ -2,10 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
+#include "vexa/common/FileService.h"
 #include "vexa/io/Stream.h"
-#include "vexa/os/AtomicFile.h"
 #include "vexa/os/FileAccess.h"
 
 namespace vexa::vxio {
@@ -22,8 +23,9 @@ public:
     // Opens a regular file for reading, through links. Only what is read is fetched.
     bool OpenRead(const std::string& path, int fileSystem = 0);
 
-    // Begins a file in place of the one that is there. It gets its place when Close succeeds, as a
-    // whole (see os::AtomicFile); a stream that is destroyed before leaves the old file alone.
+    // Begins a file in place of the one that is there. What is written is kept in memory until
+    // Close, which saves it as a whole (see IFileService::Save); a stream that is destroyed before
+    // leaves the old file alone.
     bool OpenNew(const std::string& path, int fileSystem = 0);
 
     // True while a file is open and nothing has failed.
@@ -38,16 +40,17 @@ public:
     bool Close();
 
     // What failed last, with the path; "" after a successful opening.
-    const std::string& GetError() const;
+    const std::string& GetError() const { return m_error; }
 
 private:
     bool Begin(const std::string& path, int fileSystem);
     bool FailReading(const char* what);
 
-    std::string m_place;  // on the disk
+    std::string m_path;  // as it was given
     std::string m_error;
     os::InputFile m_input;
-    os::AtomicFile m_output;
+    FilePtr m_file;  // what is read, where its contents are not on the disk
+    std::optional<std::string> m_output;
     std::uint64_t m_position = 0;
 };
 

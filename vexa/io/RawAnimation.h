@@ -42,7 +42,7 @@ struct RawAnimation {
 };
 
 // The same for the file at a path, in any of the three forms of the file service. A file is written
-// as a whole or not at all (see FileStream::OpenNew). On failure `error` says why.
+// as a whole or not at all (see IFileService::Save). On failure `error` says why.
 bool ReadRawAnimationHead(const std::string& path, RawAnimation& record, std::string& error);
 bool ReadRawAnimation(const std::string& path, RawAnimation& record, std::string& error);
 bool WriteRawAnimation(const std::string& path, const RawAnimation& record, std::string& error);

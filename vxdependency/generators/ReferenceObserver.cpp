@@ -31,6 +31,11 @@ void ReportReadThrough(const std::string& key) {
     if (t_observer) t_observer->OnReadThrough(key);
 }
 
+void ReportRewrite(const std::string& file, const IReferenceSite& site, const std::string& oldText,
+                   const std::string& newText) {
+    if (t_observer) t_observer->OnRewrite({file, site.Describe(), oldText, newText});
+}
+
 std::string ImageFamily(const std::string& key) {
     return key.substr(0, key.rfind('.') + 1) + '*';
 }

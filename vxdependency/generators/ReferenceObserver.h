@@ -58,6 +58,14 @@ struct ReferenceReport {
     const IReferenceSite& site;
 };
 
+// A reference that was given another text.
+struct ReferenceRewrite {
+    const std::string& file;  // that holds the reference: a key
+    ReferencePlace place;     // where its old text stood
+    const std::string& oldText;
+    const std::string& newText;
+};
+
 // Gets reports on the thread that reads. While a file is read through others (an effect through the
 // shaders that it includes), their references are reported too, with their own file.
 class VX_API IReferenceObserver {
@@ -68,6 +76,8 @@ public:
     virtual void OnAbsent(const std::string& key) = 0;
     // The list of the file being read depends on what this other file holds.
     virtual void OnReadThrough(const std::string& key) = 0;
+    // A rewriting slot changed a reference in a document that it is about to save.
+    virtual void OnRewrite(const ReferenceRewrite&) {}
 
     // The calling thread's observer; null for none.
     static IReferenceObserver* OfThisThread();
@@ -93,6 +103,8 @@ private:
 void ReportReference(const ReferenceReport& report);
 void ReportAbsent(const std::string& key);
 void ReportReadThrough(const std::string& key);
+void ReportRewrite(const std::string& file, const IReferenceSite& site, const std::string& oldText,
+                   const std::string& newText);
 
 // Stands for an image under any image extension: "a/wood.*" for "a/wood.tga". No file is named so
 // where it would matter: a spurious match costs one needless reading.

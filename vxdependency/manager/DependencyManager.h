@@ -14,6 +14,7 @@
 #include "vexa/common/FileService.h"
 #include "vexa/core/Signal.h"
 #include "vexa/lua/ScriptObject.h"
+#include "vxdependency/rename/PendingRenames.h"
 #include "vxdependency/scanner/FileInfoData.h"
 #include "vxdependency/store/Findings.h"
 
@@ -145,6 +146,34 @@ public:
     // The same for files that are known to be files, by their keys.
     bool Forget(const List& keys);
 
+    // --- renaming (see docs/rename.md) ---
+
+    // Follows a file that was moved from `source` to `destination` already: has its companions
+    // moved, rewrites every file that refers to it, and brings the store up to date. With `flag`
+    // the caller reads the destination itself; its records are carried over as they are. True once
+    // it has run to the end; false, with every file as it was, when a file could not be written.
+    bool Rename(const std::string& source, const std::string& destination, bool flag);
+    // Moves a file with its ".vxmeta", and follows it as Rename does. For generators, which move
+    // companion files so: then it becomes a part of the rename that is under way. False when the
+    // file cannot be moved; nothing is logged.
+    bool RawRename(std::string source, std::string destination);
+    // Moves a file or a folder with its ".vxmeta", and follows it as Rename or RenameFolder does;
+    // all of that or nothing happens. False when `source` is not there, or it cannot be moved.
+    bool SyncRename(std::string source, std::string destination);
+    // As Rename, for all files of a folder that was moved already, as one batch. A folder that has
+    // vanished from its new place as well is removed from the store.
+    bool RenameFolder(const std::string& source, const std::string& destination);
+    // Remove for each; false when one of them fails.
+    bool RemoveList(const List& paths);
+    // Announces renames (old path to new path) that the next rename is to do together with its own,
+    // as far as they have happened on the disk by then.
+    void SetReadyToChange(const std::unordered_map<std::string, std::string>& renames);
+
+    // For rewriting slots: the renames that are under way, and a way to say that all references of
+    // a file (a key) have been dealt with.
+    const PendingRenames& GetPendingRenames() const { return m_renames; }
+    void MarkRewritten(const std::string& key);
+
     // --- paths ---
 
     // The absolute form of a path, into 261 bytes; absolute input is copied unchanged. False when
@@ -192,8 +221,8 @@ private:
     void RemoveFile(const std::string& key);
     void BindingFiles(const std::string& path, bool isExplicit, List& out);
 
-    std::unordered_map<std::string, std::string> m_renames;  // old to new path, of pending renames
-    std::unordered_set<std::string> m_rewritten;             // dependents already rewritten
+    PendingRenames m_renames;
+    std::unordered_set<std::string> m_rewritten;  // dependents already rewritten
     DependencyScanner* m_scanner = nullptr;
     std::string m_startError;
 };
