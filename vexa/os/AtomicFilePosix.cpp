@@ -37,15 +37,6 @@ int CreateIn(const std::string& directory, mode_t mode, std::string& path) {
     return file;
 }
 
-bool TakeOver(const struct stat& old, int file) {
-    mode_t mode = old.st_mode & 07777;
-    const bool owned = ::fchown(file, old.st_uid, old.st_gid) == 0;
-    const bool sameGroup = owned || ::fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0;
-    if (!owned || !sameGroup) mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
-    // The file is ours: it is the file system that has no permissions if this is not permitted.
-    return ::fchmod(file, mode) == 0 || errno == EPERM;
-}
-
 }  // namespace
 
 bool AtomicFile::Open(const std::string& path) {

@@ -26,6 +26,15 @@ bool SyncDirectory(const std::string& directory) {
     return ::fsync(file.Number()) == 0 || errno == EINVAL;
 }
 
+bool TakeOver(const struct stat& old, int file) {
+    mode_t mode = old.st_mode & 07777;
+    const bool owned = ::fchown(file, old.st_uid, old.st_gid) == 0;
+    const bool sameGroup = owned || ::fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0;
+    if (!owned || !sameGroup) mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
+    // The file is ours: it is the file system that has no permissions if this is not permitted.
+    return ::fchmod(file, mode) == 0 || errno == EPERM;
+}
+
 bool WriteAll(int file, const char* bytes, std::size_t size) {
     while (size > 0) {
         const ssize_t put = ::write(file, bytes, size);

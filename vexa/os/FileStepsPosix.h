@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <string>
 
@@ -15,6 +17,9 @@ std::string DirectoryOf(const std::string& path);
 
 // Makes a rename in the directory survive a power cut.
 bool SyncDirectory(const std::string& directory);
+
+// Gives a new file the permissions of an old one, and its owner where we may.
+bool TakeOver(const struct stat& old, int file);
 
 bool WriteAll(int file, const char* bytes, std::size_t size);
 

@@ -1,0 +1,274 @@
+#include "vexa/journal/ChangeJournal.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "vexa/io/Path.h"
+#include "vexa/journal/RollBack.h"
+#include "vexa/os/AtomicFile.h"
+#include "vexa/os/FileAccess.h"
+#include "vexa/os/WindowsApi.h"
+
+namespace vexa {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Up to here, syncing file by file is quicker than the whole file system at once.
+constexpr std::size_t kFewFiles = 8;
+
+constexpr const char* kList = "/changes";
+
+std::string ErrnoText() {
+    return std::generic_category().message(errno);
+}
+
+bool MakeFolders(const std::string& path) {
+    std::error_code error;
+    fs::create_directories(path, error);
+    if (error) errno = error.value();
+    return !error;
+}
+
+void RemoveTree(const std::string& path) {
+    std::error_code ignored;  // what stays is removed before the next plan, or is told then
+    fs::remove_all(path, ignored);
+}
+
+// A folder's number in the history; 0 for another one.
+unsigned NumberOf(const std::string& name) {
+    const bool digits = !name.empty() && name.find_first_not_of("0123456789") == std::string::npos;
+    return digits && name.size() < 9 ? static_cast<unsigned>(std::stoul(name)) : 0;
+}
+
+}  // namespace
+
+ChangeJournal::ChangeJournal(std::string directory) : m_directory(std::move(directory)) {}
+
+std::string ChangeJournal::PathOf(Folder folder) const {
+    static constexpr const char* kNames[] = {"plan", "pending", "applied", "undone"};
+    return m_directory + "/" + kNames[static_cast<std::size_t>(folder)];
+}
+
+std::string ChangeJournal::StagingFolder() const {
+    return PathOf(Folder::Plan) + "/new";
+}
+
+bool ChangeJournal::Fail(const std::string& what) {
+    m_error = what;
+    return false;
+}
+
+bool ChangeJournal::TakeLock(std::chrono::milliseconds patience) {
+    m_error.clear();
+    m_conflicts.clear();
+    if (m_locked) return true;
+    if (!MakeFolders(m_directory)) return Fail(m_directory + ": cannot be made: " + ErrnoText());
+    if (const std::error_code error = m_lock.Open(m_directory + "/lock", false))
+        return Fail(m_directory + "/lock: " + error.message());
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const std::error_code error = m_lock.LockUntil(LockRegion::Writer, deadline);
+    if (!error) {
+        m_lock.SignAsHolder();
+        m_locked = true;
+        return true;
+    }
+    Fail(error == std::errc::timed_out ? m_directory + ": in use by " + m_lock.Holder()
+                                       : m_directory + "/lock: " + error.message());
+    m_lock.Close();
+    return false;
+}
+
+void ChangeJournal::Close() {
+    if (m_locked) {
+        RemoveTree(PathOf(Folder::Plan));
+        m_lock.Unlock(LockRegion::Writer);
+    }
+    m_locked = false;
+    m_lock.Close();
+}
+
+bool ChangeJournal::Begin(std::chrono::milliseconds patience) {
+    if (!TakeLock(patience)) return false;
+    if (WasInterrupted())
+        return Fail(m_directory + ": an interrupted rename is to be mended first");
+    RemoveTree(PathOf(Folder::Plan));
+    m_changes = {};
+    if (MakeFolders(StagingFolder()) && MakeFolders(PathOf(Folder::Plan) + "/old")) return true;
+    return Fail(PathOf(Folder::Plan) + ": cannot be made: " + ErrnoText());
+}
+
+// Renames a folder of changes, durably: the step that counts.
+bool ChangeJournal::Enter(const std::string& from, Folder to) {
+    errno = 0;
+    const std::string target = PathOf(to);
+    if (MoveFileA(from.c_str(), target.c_str()) && os::SyncFolder(m_directory)) return true;
+    return Fail(fmt::format("{}: cannot be renamed to {}: {}", from, target, ErrnoText()));
+}
+
+// Gives the old contents their second names, and gets everything that is needed onto the disk.
+bool ChangeJournal::Prepare() {
+    const std::string plan = PathOf(Folder::Plan);
+    for (FileEdit& edit : m_changes.edits) {
+        const std::string number = edit.staged;
+        edit.staged = "new/" + number;
+        if (os::IdentityOf(edit.target) != edit.before)
+            return Fail(edit.target + ": was changed by another program meanwhile");
+        if (edit.before.number == 0) continue;
+        edit.kept = "old/" + number;
+        if (!os::KeepContents(edit.target, plan + "/" + edit.kept))
+            return Fail(edit.target + ": its contents cannot be kept: " + ErrnoText());
+    }
+    const std::string list = plan + kList;
+    if (!os::WriteNewFile(list, WriteChangeSet(m_changes), ""))
+        return Fail(list + ": cannot be written: " + ErrnoText());
+    bool synced = true;
+    if (m_changes.edits.size() > kFewFiles) {
+        synced = os::SyncFileSystem(plan);
+    } else {
+        for (const FileEdit& edit : m_changes.edits)
+            synced = synced && os::SyncFile(plan + "/" + edit.staged);
+        for (const char* name : {kList, "/new", "/old", ""})
+            synced = synced && os::SyncFile(plan + name);
+    }
+    return synced || Fail(plan + ": cannot be synced: " + ErrnoText());
+}
+
+bool ChangeJournal::Perform() {
+    const std::string folder = PathOf(Folder::Pending);
+    for (const FileEdit& edit : m_changes.edits) {
+        // Somebody's save between the reading and now must not be lost.
+        if (os::IdentityOf(edit.target) != edit.before)
+            return Fail(edit.target + ": was changed by another program meanwhile");
+        if (!os::PutInPlace(folder + "/" + edit.staged, edit.target))
+            return Fail(edit.target + ": cannot be replaced: " + ErrnoText());
+    }
+    for (const PathMove& move : m_changes.moves) {
+        if (!MoveFileA(move.from.c_str(), move.to.c_str()))
+            return Fail(
+                fmt::format("{}: cannot be moved to {}: {}", move.from, move.to, ErrnoText()));
+    }
+    return SyncTouched(FoldersOf(m_changes)) ||
+           Fail(m_directory + ": the changes cannot be synced: " + ErrnoText());
+}
+
+bool ChangeJournal::SyncTouched(const std::vector<std::string>& folders) const {
+    const bool many = folders.size() > kFewFiles;
+    if (many && !os::SyncFileSystem(folders.front())) return false;
+    return std::ranges::all_of(folders, [&](const std::string& folder) {
+        if (many && os::SameFileSystem(folder, folders.front())) return true;
+        // One that a later move took away is synced under its new name.
+        return os::SyncFolder(folder) || errno == ENOENT;
+    });
+}
+
+bool ChangeJournal::Apply(ChangeSet changes) {
+    m_changes = std::move(changes);
+    if (!Prepare() || !Enter(PathOf(Folder::Plan), Folder::Pending)) return false;
+    if (Perform() && Enter(PathOf(Folder::Pending), Folder::Applied)) {
+        m_applied = true;
+        return true;
+    }
+    const std::string reason = m_error;
+    RollBackPending();
+    m_error = reason;
+    return false;
+}
+
+bool ChangeJournal::RollBackPending() {
+    const std::string pending = PathOf(Folder::Pending);
+    m_applied = false;
+    RollBackReport report = RollBackChanges(m_changes, pending);
+    m_conflicts = std::move(report.conflicts);
+    if (!report.failures.empty()) return Fail(report.failures.front());
+    return (SyncTouched(FoldersOf(m_changes)) || Fail(pending + ": " + ErrnoText())) &&
+           Enter(pending, Folder::Undone);
+}
+
+bool ChangeJournal::RollBack() {
+    return Enter(PathOf(Folder::Applied), Folder::Pending) && RollBackPending();
+}
+
+bool ChangeJournal::Finish() {
+    std::vector<std::string> history = History();
+    const unsigned last = history.empty() ? 0 : NumberOf(history.back());
+    const std::string number = fmt::format("{:06}", last + 1);
+    const auto leave = [&](Folder folder, const std::string& name) {
+        const std::string target = m_directory + "/" + name;
+        return MoveFileA(PathOf(folder).c_str(), target.c_str()) ||
+               Fail(PathOf(folder) + ": cannot be renamed to " + target + ": " + ErrnoText());
+    };
+    if (m_applied) {
+        if (!leave(Folder::Applied, number)) return false;
+        for (std::size_t i = 0; i + kHistory <= history.size(); ++i)
+            RemoveTree(m_directory + "/" + history[i]);
+    } else if (!m_conflicts.empty()) {
+        // What could not be put back is kept for a person.
+        RemoveTree(m_directory + "/unfinished");
+        return leave(Folder::Undone, "unfinished");
+    } else {
+        RemoveTree(PathOf(Folder::Undone));
+    }
+    return true;
+}
+
+bool ChangeJournal::WasInterrupted() const {
+    return os::EntryExists(PathOf(Folder::Pending)) || os::EntryExists(PathOf(Folder::Applied)) ||
+           os::EntryExists(PathOf(Folder::Undone));
+}
+
+bool ChangeJournal::Load(const std::string& folder) {
+    const os::FileContents list = os::ReadWholeFile(folder + kList);
+    if (list.bytes && ReadChangeSet({list.bytes.get(), list.size}, m_changes)) return true;
+    return Fail(folder + kList + ": is missing or damaged");
+}
+
+bool ChangeJournal::Recover() {
+    if (!TakeLock(std::chrono::milliseconds(0)) || !WasInterrupted()) return false;
+    m_applied = os::EntryExists(PathOf(Folder::Applied));
+    if (os::EntryExists(PathOf(Folder::Pending)))
+        return Load(PathOf(Folder::Pending)) && RollBackPending();
+    return Load(PathOf(m_applied ? Folder::Applied : Folder::Undone));
+}
+
+std::vector<std::string> ChangeJournal::History() const {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(m_directory, error)) {
+        std::string name = entry.path().filename().string();
+        if (NumberOf(name) != 0) names.push_back(std::move(name));
+    }
+    std::ranges::sort(names, {}, NumberOf);
+    return names;
+}
+
+bool ChangeJournal::BeginUndo(std::chrono::milliseconds patience) {
+    if (!TakeLock(patience)) return false;
+    const std::vector<std::string> history = History();
+    if (history.empty()) return Fail("there is no rename to take back");
+    m_last = m_directory + "/" + history.back();
+    if (!Load(m_last)) return false;
+    m_conflicts = FindConflicts(m_changes);
+    return m_conflicts.empty() || Fail("files have changed since");
+}
+
+bool ChangeJournal::Undo() {
+    for (const FileEdit& edit : m_changes.edits) {
+        if (!edit.kept.empty() && !os::Touch(m_last + "/" + edit.kept))
+            return Fail(m_last + "/" + edit.kept + ": " + ErrnoText());
+    }
+    // Since then a file may have been saved anew, under another number.
+    for (std::size_t i = 0; i < m_changes.moves.size(); ++i) {
+        PathMove& move = m_changes.moves[i];
+        move.number = os::IdentityOf(m_changes.NameAfterMoves(move.to, i + 1)).number;
+    }
+    return os::SaveFile(m_last + kList, WriteChangeSet(m_changes), m_error) &&
+           Enter(m_last, Folder::Pending) && RollBackPending();
+}
+
+}  // namespace vexa

@@ -1,0 +1,198 @@
+#include "vexa/journal/OverlayFiles.h"
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "vexa/io/PathText.h"
+#include "vexa/os/WindowsApi.h"
+
+namespace vexa {
+
+namespace {
+
+std::string FolderOf(std::string place) {
+    vxio::DropSegment(place);
+    return place.empty() ? "/" : place;
+}
+
+bool FailSaving(const std::string& path, std::string& error) {
+    error = path + ": cannot be saved: " + std::generic_category().message(errno);
+    return false;
+}
+
+}  // namespace
+
+OverlayFiles::OverlayFiles(IFileService& below, std::string staging)
+    : FileServiceLayer(below), m_staging(std::move(staging)) {}
+
+// One spelling per path: files below the resource root go by their keys.
+bool OverlayFiles::VirtualPlace(const std::string& path, std::string& place) const {
+    std::string key;
+    return Below().FindPlace(Below().MakeRelative(path, key) ? key : path, place);
+}
+
+bool OverlayFiles::RealPlace(const std::string& virtualPlace, std::string& place) const {
+    for (std::string at = virtualPlace; !at.empty(); vxio::DropSegment(at)) {
+        const auto found = m_places.find(at);
+        if (found == m_places.end()) continue;
+        if (!found->second) return false;
+        place = *found->second + virtualPlace.substr(at.size());
+        return true;
+    }
+    place = virtualPlace;
+    return true;
+}
+
+// Where the contents of a path lie on the disk when nobody has edited them.
+bool OverlayFiles::Locate(const std::string& path, std::string& place) const {
+    std::string virtualPlace;
+    return VirtualPlace(path, virtualPlace) && RealPlace(virtualPlace, place);
+}
+
+FilePtr OverlayFiles::ReadFile(const std::string& path) {
+    std::string place;
+    if (!Locate(path, place)) return nullptr;
+    place = os::FollowLinks(place);
+    {
+        const std::shared_lock lock(m_guard);
+        const auto edit = m_edits.find(place);
+        if (edit != m_edits.end()) {
+            return Below().ReadFile(m_staging + "/" + edit->second.staged);
+        }
+    }
+    const os::FileIdentity identity = os::IdentityOf(place);
+    FilePtr file = Below().ReadFile(place);
+    const std::unique_lock lock(m_guard);
+    m_read.emplace(place, identity);
+    return file;
+}
+
+bool OverlayFiles::FileExists(const std::string& path) {
+    const FileState state = GetState(path);
+    return state.exists && !state.directory;
+}
+
+FileState OverlayFiles::GetState(const std::string& path) {
+    std::string place;
+    if (!Locate(path, place)) return {};
+    FileState state = Below().GetState(place);
+    if (state.exists) return state;
+    const std::shared_lock lock(m_guard);
+    state.exists = m_edits.contains(place);  // a file that is new
+    return state;
+}
+
+bool OverlayFiles::FindPlace(const std::string& path, std::string& place) {
+    if (!Locate(path, place)) return false;
+    const std::shared_lock lock(m_guard);
+    return !m_edits.contains(os::FollowLinks(place));
+}
+
+bool OverlayFiles::Save(const std::string& path, std::string_view bytes, std::string& error) {
+    std::string place;
+    if (!Locate(path, place)) {
+        error = path + ": cannot be saved: its folder is not there";
+        return false;
+    }
+    place = os::FollowLinks(place);
+    if (!os::CanReplace(place)) return FailSaving(path, error);
+
+    std::unique_lock lock(m_guard);
+    const auto read = m_read.find(place);
+    const auto [edit, added] = m_edits.try_emplace(place);
+    if (added) {
+        edit->second.target = place;
+        edit->second.staged = std::to_string(m_staged++);
+        edit->second.before = read == m_read.end() ? os::IdentityOf(place) : read->second;
+    }
+    FileEdit staged = edit->second;
+    lock.unlock();
+    const bool done = Stage(staged, bytes, error);
+    lock.lock();
+    if (done) {
+        m_edits[place] = std::move(staged);
+    } else if (added) {
+        m_edits.erase(place);
+    }
+    return done;
+}
+
+bool OverlayFiles::Stage(FileEdit& edit, std::string_view bytes, std::string& error) const {
+    const std::string file = m_staging + "/" + edit.staged;
+    if (!os::WriteNewFile(file, bytes, edit.target)) return FailSaving(edit.target, error);
+    edit.after = os::IdentityOf(file);
+    edit.hash = HashOfBytes(bytes);
+    return true;
+}
+
+bool OverlayFiles::EntryIsThere(const std::string& path) const {
+    std::string place;
+    if (!RealPlace(path, place)) return false;
+    const std::shared_lock lock(m_guard);
+    return os::EntryExists(place) || m_edits.contains(place);
+}
+
+std::uint32_t OverlayFiles::CheckTarget(const std::string& to) const {
+    if (EntryIsThere(to)) return ERROR_ALREADY_EXISTS;
+    std::string folder;
+    if (!RealPlace(FolderOf(to), folder) || !Below().GetState(folder).directory)
+        return ERROR_PATH_NOT_FOUND;
+    return os::CanChangeFolder(folder) ? 0 : ERROR_ACCESS_DENIED;
+}
+
+std::uint32_t OverlayFiles::Move(const std::string& from, const std::string& to) {
+    std::string source;
+    std::string target;
+    std::string place;
+    if (!VirtualPlace(from, source) || !VirtualPlace(to, target)) return ERROR_PATH_NOT_FOUND;
+    if (!EntryIsThere(source) || !RealPlace(source, place)) return ERROR_FILE_NOT_FOUND;
+    if (const std::uint32_t error = CheckTarget(target)) return error;
+    if (IsAtOrBelow(target, source)) return ERROR_INVALID_PARAMETER;
+    std::string folder;
+    RealPlace(FolderOf(source), folder);
+    if (!os::CanChangeFolder(folder)) return ERROR_ACCESS_DENIED;
+    std::string targetFolder;
+    RealPlace(FolderOf(target), targetFolder);
+    // A copy that is cut short could not be told from a file of somebody else.
+    if (!os::SameFileSystem(folder, targetFolder)) return ERROR_NOT_SAME_DEVICE;
+    Rename(source, target, place);
+    return 0;
+}
+
+void OverlayFiles::Rename(const std::string& from, const std::string& to,
+                          const std::string& place) {
+    // What was moved to below `from` before goes along.
+    const std::string below = from + "/";
+    for (auto at = m_places.lower_bound(below);
+         at != m_places.end() && at->first.starts_with(below); at = m_places.erase(at)) {
+        m_places[to + at->first.substr(from.size())] = std::move(at->second);
+    }
+    m_places[from] = std::nullopt;
+    m_places[to] = place;
+    m_moves.push_back({from, to, os::IdentityOf(place).number});
+}
+
+std::uint32_t OverlayFiles::Copy(const std::string& from, const std::string& to) {
+    std::string target;
+    std::string place;
+    std::string error;
+    if (!VirtualPlace(to, target)) return ERROR_PATH_NOT_FOUND;
+    if (const std::uint32_t reason = CheckTarget(target)) {
+        return reason == ERROR_ALREADY_EXISTS ? ERROR_FILE_EXISTS : reason;
+    }
+    const FilePtr file = ReadFile(from);
+    if (!file) return ERROR_FILE_NOT_FOUND;
+    const std::string_view bytes(file->GetData(), file->GetSize());
+    return Save(to, bytes, error) ? 0 : ERROR_ACCESS_DENIED;
+}
+
+ChangeSet OverlayFiles::TakeChanges() {
+    ChangeSet changes;
+    changes.moves = std::exchange(m_moves, {});
+    for (auto& [target, edit] : m_edits) changes.edits.push_back(std::move(edit));
+    m_edits.clear();
+    return changes;
+}
+
+}  // namespace vexa

@@ -1,0 +1,111 @@
+#include "vexa/journal/RollBack.h"
+
+#include <cerrno>
+#include <ranges>
+#include <set>
+#include <system_error>
+#include <unordered_set>
+
+#include "vexa/io/Path.h"
+#include "vexa/os/FileAccess.h"
+#include "vexa/os/WindowsApi.h"
+
+namespace vexa {
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+std::string Reason() {
+    return std::generic_category().message(errno);
+}
+
+// Whether the contents at `path` are those that the edit put there, under whatever number: version
+// control may have written them again.
+bool IsNewContents(const std::string& path, const FileEdit& edit) {
+    const os::FileIdentity identity = os::IdentityOf(path);
+    if (identity == edit.after) return true;
+    if (identity.size != edit.after.size) return false;
+    const os::FileContents contents = os::ReadWholeFile(path);
+    return contents.bytes && HashOfBytes({contents.bytes.get(), contents.size}) == edit.hash;
+}
+
+// Names alone do not tell whether a move was made: in a chain of moves the same ones come again.
+void TakeBackMove(const PathMove& move, RollBackReport& report) {
+    if (os::IdentityOf(move.to).number != move.number) return;
+    if (os::EntryExists(move.from)) {
+        report.conflicts.push_back(move.from + ": is in the way of what comes back");
+    } else if (!MoveFileA(move.to.c_str(), move.from.c_str())) {
+        report.failures.push_back(move.to + ": cannot be moved back: " + Reason());
+    }
+}
+
+// A file that was made goes, unless somebody has changed it.
+void TakeBackNewFile(const FileEdit& edit, RollBackReport& report) {
+    if (!os::EntryExists(edit.target)) return;
+    if (!IsNewContents(edit.target, edit)) {
+        report.conflicts.push_back(edit.target + ": has changed since");
+    } else if (!os::Remove(edit.target)) {
+        report.failures.push_back(edit.target + ": cannot be removed: " + Reason());
+    }
+}
+
+void TakeBackEdit(const FileEdit& edit, const std::string& folder, RollBackReport& report) {
+    if (edit.kept.empty()) return TakeBackNewFile(edit, report);
+    const std::string kept = folder + "/" + edit.kept;
+    const os::FileIdentity old = os::IdentityOf(kept);
+    if (old.number == 0) return;  // it came back already, or never left
+    const os::FileIdentity now = os::IdentityOf(edit.target);
+    if (now.number == old.number || now == edit.before) return;  // not replaced yet
+    if (now.number != 0 && !IsNewContents(edit.target, edit)) {
+        report.conflicts.push_back(edit.target + ": has changed since; what it was before is in " +
+                                   kept);
+    } else if (!os::PutInPlace(kept, edit.target)) {
+        report.failures.push_back(edit.target + ": cannot be put back: " + Reason());
+    }
+}
+
+}  // namespace
+
+RollBackReport RollBackChanges(const ChangeSet& changes, const std::string& folder) {
+    RollBackReport report;
+    for (const PathMove& move : changes.moves | std::views::reverse) TakeBackMove(move, report);
+    for (const FileEdit& edit : changes.edits | std::views::reverse)
+        TakeBackEdit(edit, folder, report);
+    return report;
+}
+
+Lines FindConflicts(const ChangeSet& changes) {
+    Lines conflicts;
+    for (const FileEdit& edit : changes.edits) {
+        const std::string now = changes.NameAfterMoves(edit.target);
+        if (!os::EntryExists(now)) {
+            conflicts.push_back(now + ": is gone");
+        } else if (!IsNewContents(now, edit)) {
+            conflicts.push_back(now + ": has changed since");
+        }
+    }
+    std::unordered_set<std::string> ends;
+    for (std::size_t i = 0; i < changes.moves.size(); ++i)
+        ends.insert(changes.NameAfterMoves(changes.moves[i].to, i + 1));
+    for (const std::string& end : ends) {
+        if (!os::EntryExists(end)) conflicts.push_back(end + ": is gone");
+    }
+    for (const PathMove& move : changes.moves) {
+        if (!ends.contains(move.from) && os::EntryExists(move.from))
+            conflicts.push_back(move.from + ": is in the way of what comes back");
+    }
+    return conflicts;
+}
+
+Lines FoldersOf(const ChangeSet& changes) {
+    std::set<std::string> folders;
+    for (const FileEdit& edit : changes.edits) folders.insert(vxio::GetDirName(edit.target));
+    for (const PathMove& move : changes.moves) {
+        folders.insert(vxio::GetDirName(move.from));
+        folders.insert(vxio::GetDirName(move.to));
+    }
+    return {folders.begin(), folders.end()};
+}
+
+}  // namespace vexa
