@@ -16,11 +16,6 @@ std::string FolderOf(std::string place) {
     return place.empty() ? "/" : place;
 }
 
-bool FailSaving(const std::string& path, std::string& error) {
-    error = path + ": cannot be saved: " + std::generic_category().message(errno);
-    return false;
-}
-
 }  // namespace
 
 OverlayFiles::OverlayFiles(IFileService& below, std::string staging)
@@ -89,41 +84,56 @@ bool OverlayFiles::FindPlace(const std::string& path, std::string& place) {
     return !m_edits.contains(os::FollowLinks(place));
 }
 
-bool OverlayFiles::Save(const std::string& path, std::string_view bytes, std::string& error) {
-    std::string place;
-    if (!Locate(path, place)) {
-        error = path + ": cannot be saved: its folder is not there";
-        return false;
-    }
-    place = os::FollowLinks(place);
-    if (!os::CanReplace(place)) return FailSaving(path, error);
-
-    std::unique_lock lock(m_guard);
-    const auto read = m_read.find(place);
-    const auto [edit, added] = m_edits.try_emplace(place);
-    if (added) {
-        edit->second.target = place;
-        edit->second.staged = std::to_string(m_staged++);
-        edit->second.before = read == m_read.end() ? os::IdentityOf(place) : read->second;
-    }
-    FileEdit staged = edit->second;
-    lock.unlock();
-    const bool done = Stage(staged, bytes, error);
-    lock.lock();
-    if (done) {
-        m_edits[place] = std::move(staged);
-    } else if (added) {
-        m_edits.erase(place);
-    }
-    return done;
+bool OverlayFiles::FailSaving(const std::string& path, std::string& error) {
+    error = path + ": cannot be saved: " + std::generic_category().message(errno);
+    const std::unique_lock lock(m_guard);
+    m_failures.push_back(error);
+    return false;
 }
 
-bool OverlayFiles::Stage(FileEdit& edit, std::string_view bytes, std::string& error) const {
+bool OverlayFiles::Save(const std::string& path, std::string_view bytes, std::string& error) {
+    std::string place;
+    errno = ENOENT;
+    if (!Locate(path, place)) return FailSaving(path, error);
+    place = os::FollowLinks(place);
+    if (!os::CanReplace(place)) return FailSaving(path, error);
+    FileEdit edit = EditOf(place);
+    if (!Stage(edit, bytes)) return FailSaving(path, error);
+    const std::unique_lock lock(m_guard);
+    m_edits[place] = std::move(edit);
+    return true;
+}
+
+// The edit of a file, if need be a new one.
+FileEdit OverlayFiles::EditOf(const std::string& place) {
+    const std::unique_lock lock(m_guard);
+    const auto found = m_edits.find(place);
+    if (found != m_edits.end()) return found->second;
+    FileEdit edit;
+    edit.target = place;
+    edit.staged = std::to_string(m_staged++);
+    const auto read = m_read.find(place);
+    edit.before = read == m_read.end() ? os::IdentityOf(place) : read->second;
+    return edit;
+}
+
+bool OverlayFiles::Stage(FileEdit& edit, std::string_view bytes) const {
     const std::string file = m_staging + "/" + edit.staged;
-    if (!os::WriteNewFile(file, bytes, edit.target)) return FailSaving(edit.target, error);
+    if (!os::WriteNewFile(file, bytes, edit.target)) return false;
     edit.after = os::IdentityOf(file);
     edit.hash = HashOfBytes(bytes);
     return true;
+}
+
+os::FileIdentity OverlayFiles::IdentityOfContents(const std::string& path) const {
+    std::string place;
+    if (!Locate(path, place)) return {};
+    place = os::FollowLinks(place);
+    const std::shared_lock lock(m_guard);
+    const auto edit = m_edits.find(place);
+    if (edit != m_edits.end()) return edit->second.after;
+    const auto read = m_read.find(place);
+    return read == m_read.end() ? os::IdentityOf(place) : read->second;
 }
 
 bool OverlayFiles::EntryIsThere(const std::string& path) const {

@@ -6,6 +6,7 @@
 #include <shared_mutex>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "vexa/common/FileServiceLayer.h"
 #include "vexa/journal/ChangeSet.h"
@@ -31,6 +32,12 @@ public:
     std::uint32_t Move(const std::string& from, const std::string& to) override;
     std::uint32_t Copy(const std::string& from, const std::string& to) override;
 
+    // What tells the contents of a file as ReadFile has given them last, or would give them now.
+    os::FileIdentity IdentityOfContents(const std::string& path) const;
+
+    // Why files could not be saved, a line for each.
+    const std::vector<std::string>& GetFailures() const { return m_failures; }
+
     // What was collected, with the edits in the order of their targets.
     ChangeSet TakeChanges();
 
@@ -41,7 +48,9 @@ private:
     bool EntryIsThere(const std::string& path) const;
     std::uint32_t CheckTarget(const std::string& to) const;
     void Rename(const std::string& from, const std::string& to, const std::string& place);
-    bool Stage(FileEdit& edit, std::string_view bytes, std::string& error) const;
+    FileEdit EditOf(const std::string& place);
+    bool Stage(FileEdit& edit, std::string_view bytes) const;
+    bool FailSaving(const std::string& path, std::string& error);
 
     const std::string m_staging;
     // Where on the disk that lies which has a place here, with all that is below it; nothing where
@@ -52,6 +61,7 @@ private:
     mutable std::shared_mutex m_guard;        // what follows
     std::map<std::string, FileEdit> m_edits;  // by target
     std::size_t m_staged = 0;
+    std::vector<std::string> m_failures;
     std::unordered_map<std::string, os::FileIdentity> m_read;  // files, as they were then
 };
 

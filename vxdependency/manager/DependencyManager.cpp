@@ -9,6 +9,7 @@
 #include "vxdependency/generators/DependencyXML.h"
 #include "vxdependency/manager/Configuration.h"
 #include "vxdependency/manager/GeneratorRegistry.h"
+#include "vxdependency/manager/ManagerMutex.h"
 #include "vxdependency/scanner/DependencyScanner.h"
 #include "vxdependency/store/GeneralDependency.h"
 
@@ -62,6 +63,19 @@ DependencyScanner* KeptForEver(DependencyScanner* scanner) {
     return scanner;
 }
 
+// Deals with a rename that was interrupted, before anybody else gets to use the manager. That needs
+// the generators, which ask for the manager themselves.
+void MendOnce(CDependencyManager& manager) {
+    enum : int { NotYet, Mending, Done };
+    static std::atomic<int> state{NotYet};
+    if (state.load(std::memory_order_acquire) == Done) return;
+    const std::lock_guard lock(ManagerMutex());
+    if (state != NotYet) return;  // this thread is mending, or another has just done so
+    state = Mending;
+    manager.RecoverRename();
+    state = Done;
+}
+
 }  // namespace
 
 CDependencyManager* CDependencyManager::GetSingletonPtr() {
@@ -70,6 +84,7 @@ CDependencyManager* CDependencyManager::GetSingletonPtr() {
         CDependencyManager manager;
     };
     static Singleton singleton;
+    MendOnce(singleton.manager);
     return &singleton.manager;
 }
 

@@ -24,6 +24,10 @@ namespace vexa {
 
 class CDependencyBase;
 class IReferenceObserver;
+class RenameOperation;
+struct RenameOptions;
+struct RenamePlan;
+struct UndoReport;
 
 // One look at a file: the time that its stamp keeps, and the state that the catalogue keeps.
 struct FileLook {
@@ -61,7 +65,10 @@ public:
     // Signals, emitted on the editor thread.
     struct ScanFinished {};
     struct WaitingFileScanFinished {};
-    struct FileRenamed {};
+    struct FileRenamed {
+        std::string oldKey;
+        std::string newKey;
+    };
 
     // The manager of the process: made by the first call, which opens the store and, when that
     // succeeds and both configuration files are there, makes the scanner; destroyed at exit.
@@ -160,6 +167,8 @@ public:
     // Moves a file or a folder with its ".vxmeta", and follows it as Rename or RenameFolder does;
     // all of that or nothing happens. False when `source` is not there, or it cannot be moved.
     bool SyncRename(std::string source, std::string destination);
+    // What SyncRename does once it has found the source. For the scanner.
+    bool MoveAndRename(const std::string& source, const std::string& destination);
     // As Rename, for all files of a folder that was moved already, as one batch. A folder that has
     // vanished from its new place as well is removed from the store.
     bool RenameFolder(const std::string& source, const std::string& destination);
@@ -168,6 +177,26 @@ public:
     // Announces renames (old path to new path) that the next rename is to do together with its own,
     // as far as they have happened on the disk by then.
     void SetReadyToChange(const std::unordered_map<std::string, std::string>& renames);
+
+    // Moves or renames a file or a folder, with its ".vxmeta", for a person, who wants to see the
+    // plan, and to have nothing done when a part of it cannot be: a companion or a file that refers
+    // to it. The paths are complete: nothing is moved "into" a folder. Every file that is concerned
+    // must have been scanned. False, with the reasons in the plan and nothing changed, when it
+    // cannot be done.
+    bool MoveResource(const std::string& source, const std::string& destination,
+                      const RenameOptions& options, RenamePlan& plan);
+    // Takes the last rename back, of whichever of the operations above; again, the one before.
+    // False with the reasons when that cannot be done, as when one of the files has changed since.
+    bool UndoRename(const RenameOptions& options, UndoReport& report);
+    // Mends a rename that was interrupted, by finishing it or taking it back, and says so. Done by
+    // the first call of GetSingletonPtr. False when there is none, or it failed.
+    bool RecoverRename();
+    // Brings the records of files (keys) in step with the disk, whether they are there or not.
+    bool Resync(const List& keys);
+
+    // While FileRenamed is being emitted: the rename that it tells of.
+    const FileRenamed& GetRenamed() const { return m_renamed; }
+    void EmitRenamed(const FileRenamed& renamed);
 
     // For rewriting slots: the renames that are under way, and a way to say that all references of
     // a file (a key) have been dealt with.
@@ -212,6 +241,13 @@ public:
     DependencyScanner* GetScanner() { return m_scanner; }
 
 private:
+    friend class RenameOperation;
+
+    bool StartRename(RenameOperation& operation, const std::string& oldKey,
+                     const std::string& newKey);
+    bool FinishRename(RenameOperation& operation, const std::string& title);
+    void NoteFile(const std::string& key, const FileLook& look,
+                  std::unique_ptr<FileReading> reading);
     bool KeyOf(const std::string& path, std::string& key);
     bool IsUpToDate(const std::string& key);
     void AppendStoredForm(const std::string& key, const List& entries, List& out);
@@ -223,6 +259,7 @@ private:
 
     PendingRenames m_renames;
     std::unordered_set<std::string> m_rewritten;  // dependents already rewritten
+    FileRenamed m_renamed;
     DependencyScanner* m_scanner = nullptr;
     std::string m_startError;
 };

@@ -18,6 +18,7 @@
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/manager/FindingsObserver.h"
 #include "vxdependency/manager/ManagerMutex.h"
+#include "vxdependency/rename/RenameOperation.h"
 #include "vxdependency/store/GeneralDependency.h"
 
 namespace vexa {
@@ -219,6 +220,39 @@ CDependencyManager::List CDependencyManager::GenerateDependency(const std::strin
     return std::move(result.dependencies);
 }
 
+// A file that no generator reads is known as well.
+void CDependencyManager::NoteFile(const std::string& key, const FileLook& look,
+                                  std::unique_ptr<FileReading> reading) {
+    if (HasDependencyGenerator(key)) {
+        Regenerate(key, "", look.state.exists ? &look : nullptr, std::move(reading));
+    } else if (look.state.exists) {
+        Store().SetFile(key, {look.state.writeTimeNs, look.state.size, 0, false});
+    }
+}
+
+bool CDependencyManager::Resync(const List& keys) {
+    const std::lock_guard lock(ManagerMutex());
+    List changed;
+    List vanished;
+    for (const std::string& key : keys) {
+        (Files().GetState(key).exists ? changed : vanished).push_back(key);
+    }
+    const List affected = FilesAffected(changed, vanished);
+    vxdependency::StoreBatch batch(&Store());
+    Invalidate(affected);
+    Invalidate(changed);
+    for (const std::string& key : changed) {
+        NoteFile(key, LookAt(Files().AbsolutePath(key)), nullptr);
+        if (!Store().BatchCheckpoint()) return false;
+    }
+    if (!Forget(vanished)) return false;
+    for (const std::string& key : affected) {
+        Regenerate(key, "");
+        if (!Store().BatchCheckpoint()) return false;
+    }
+    return batch.End();
+}
+
 bool CDependencyManager::Explain(const std::string& file, IReferenceObserver& observer) {
     std::string key;
     if (!KeyOf(file, key)) return false;
@@ -261,6 +295,9 @@ CDependencyManager::List CDependencyManager::GetDependency(const std::string& fi
     List list;
     std::string key;
     if (!KeyOf(file, key)) return list;
+    // While a rename is planned the store still knows the old names, and nothing is read anew.
+    if (const RenameOperation* const planned = RenameOperation::OfThisThread())
+        return planned->Recorded(key, inverse);
     if (!IsUpToDate(key)) {
         const std::lock_guard lock(ManagerMutex());
         Store().FlushOtherBatch();

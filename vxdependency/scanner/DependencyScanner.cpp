@@ -162,6 +162,11 @@ std::vector<FileInfoData> DependencyScanner::GetFileListBySuffix(const char* suf
     return m_buckets[suffix];
 }
 
+bool DependencyScanner::SyncRename(std::string source, std::string destination) {
+    if (!InterfaceBox::Instance().GetFileService().GetState(source).exists) return false;
+    return CDependencyManager::GetSingletonPtr()->MoveAndRename(source, destination);
+}
+
 void DependencyScanner::Monitor() {
     LogError("Changes on disk are not followed: this version cannot watch files.");
 }

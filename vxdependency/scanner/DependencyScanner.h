@@ -63,6 +63,11 @@ public:
     // The files found so far with an extension (".xml", "" for names without one).
     std::vector<FileInfoData> GetFileListBySuffix(const char* suffix);
 
+    // Moves a file or a folder with its ".vxmeta", and brings what refers to it and the store in
+    // step (see CDependencyManager::SyncRename). False, with nothing logged, when there is no
+    // `source`.
+    bool SyncRename(std::string source, std::string destination);
+
     // Change monitoring.
     void Monitor();
     void DoWatch(bool on);

@@ -1,0 +1,372 @@
+#include "vxdependency/rename/RenameOperation.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "vexa/common/InterfaceBox.h"
+#include "vexa/common/Log.h"
+#include "vexa/os/WindowsApi.h"
+#include "vexa/threading/CommandQueue.h"
+#include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/generators/ReferenceObserver.h"
+#include "vxdependency/rename/LostReferences.h"
+#include "vxdependency/rename/MoveErrors.h"
+#include "vxdependency/store/GeneralDependency.h"
+
+namespace vexa {
+
+using vxdependency::GeneralDependency;
+
+namespace {
+
+constexpr std::chrono::seconds kPatience{30};
+
+thread_local RenameOperation* t_operation = nullptr;
+
+GeneralDependency& Store() {
+    return *GeneralDependency::Instance();
+}
+
+// Collects the references that slots rewrite.
+class EditObserver final : public IReferenceObserver {
+public:
+    explicit EditObserver(std::vector<RenamePlan::Edit>& edits) : m_edits(edits) {}
+
+    void OnReference(const ReferenceReport&) override {}
+    void OnAbsent(const std::string&) override {}
+    void OnReadThrough(const std::string&) override {}
+    void OnRewrite(const ReferenceRewrite& rewrite) override {
+        m_edits.push_back({rewrite.file, rewrite.place.line, rewrite.place.rule, rewrite.oldText,
+                           rewrite.newText});
+    }
+
+private:
+    std::vector<RenamePlan::Edit>& m_edits;
+};
+
+FileLook LookOf(const os::FileIdentity& identity) {
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    if (identity.number == 0) return {};
+    const std::int64_t seconds =
+        identity.writeTimeNs / kSecond - (identity.writeTimeNs % kSecond < 0);
+    return {seconds, {true, false, identity.writeTimeNs, identity.size}};
+}
+
+}  // namespace
+
+RenameOperation::RenameOperation(CDependencyManager& manager, PendingRenames& renames,
+                                 std::unordered_set<std::string>& rewritten, ChangeJournal& journal)
+    : m_manager(manager),
+      m_renames(renames),
+      m_rewritten(rewritten),
+      m_journal(journal),
+      m_disk(InterfaceBox::Instance().GetFileService()) {}
+
+RenameOperation::~RenameOperation() {
+    m_use.reset();
+    m_journal.Close();
+    m_renames.Clear();
+    m_rewritten.clear();
+    t_operation = nullptr;
+}
+
+RenameOperation* RenameOperation::OfThisThread() {
+    return t_operation;
+}
+
+bool RenameOperation::Fail(std::string reason) {
+    m_error = std::move(reason);
+    return false;
+}
+
+bool RenameOperation::Begin() {
+    if (!m_journal.Begin(kPatience)) return Fail(m_journal.GetError());
+    // What another thread's batch still holds in memory must be seen.
+    Store().FlushOtherBatch();
+    m_overlay = std::make_unique<OverlayFiles>(m_disk, m_journal.StagingFolder());
+    m_use = std::make_unique<FileServiceUse>(*m_overlay);
+    t_operation = this;
+    return true;
+}
+
+// --- moving ---
+
+std::uint32_t RenameOperation::Move(const std::string& from, const std::string& to) {
+    const std::uint32_t error = m_overlay->Move(from, to);
+    std::string oldKey;
+    std::string newKey;
+    if (error == 0 && m_disk.MakeRelative(from, oldKey) && m_disk.MakeRelative(to, newKey))
+        m_plan.moves.push_back({oldKey, newKey});
+    return error;
+}
+
+std::uint32_t RenameOperation::MoveMeta(const std::string& from, const std::string& to) {
+    constexpr const char* kMeta = ".vxmeta";
+    if (!m_overlay->GetState(from + kMeta).exists) return 0;
+    return Move(from + kMeta, to + kMeta);
+}
+
+void RenameOperation::Follow(const std::string& oldKey, const std::string& newKey,
+                             bool keptByCaller) {
+    if (m_renames.Add(oldKey, newKey)) m_followed.push_back({oldKey, newKey, keptByCaller});
+}
+
+void RenameOperation::FollowFolder(const std::string& oldKey, const std::string& newKey) {
+    const std::string oldFolder = oldKey + "/";
+    List files;
+    m_manager.GetAllFilesRecursively(PlaceOf(newKey), files);
+    const std::size_t folder = PlaceOf(newKey).size() + 1;
+    for (const std::string& file : files) {
+        const std::string name = file.substr(folder);
+        Follow(oldFolder + name, newKey + "/" + name, false);
+    }
+    // What is known of the folder and did not come along has vanished.
+    Store().ForEachFile(oldFolder, [&](std::string_view file, const auto&) {
+        if (!m_renames.NewNameOf(std::string(file))) m_vanished.emplace_back(file);
+        return true;
+    });
+}
+
+void RenameOperation::FollowEntry(const std::string& oldKey, const std::string& newKey) {
+    if (m_overlay->GetState(newKey).directory) {
+        FollowFolder(oldKey, newKey);
+    } else {
+        Follow(oldKey, newKey, false);
+    }
+}
+
+bool RenameOperation::MoveAndFollow(const std::string& oldKey, const std::string& newKey) {
+    const std::uint32_t error = Move(oldKey, newKey);
+    if (error != 0 && error != ERROR_FILE_NOT_FOUND) AddProblem(WhyNotMoved(oldKey, newKey, error));
+    if (error != 0) return false;
+    if (const std::uint32_t metaError = MoveMeta(oldKey, newKey))
+        AddProblem(WhyNotMoved(oldKey + ".vxmeta", newKey + ".vxmeta", metaError));
+    FollowEntry(oldKey, newKey);
+    return true;
+}
+
+void RenameOperation::FollowAnnounced(const PendingRenames::Map& renames) {
+    for (const auto& [oldKey, newKey] : renames) {
+        const bool happened =
+            m_overlay->GetState(newKey).exists && !m_overlay->GetState(oldKey).exists;
+        if (happened) Follow(oldKey, newKey, false);
+    }
+}
+
+// Where what a key names lies on the disk now.
+std::string RenameOperation::PlaceOf(const std::string& key) const {
+    std::string place;
+    m_overlay->FindPlace(key, place);
+    return place;
+}
+
+// --- planning ---
+
+std::string RenameOperation::NameNow(const std::string& oldKey) const {
+    const std::string* const name = m_renames.NewNameOf(oldKey);
+    return name ? *name : oldKey;
+}
+
+std::string RenameOperation::NameBefore(const std::string& key) const {
+    const std::string* const name = m_renames.OldNameOf(key);
+    return name ? *name : key;
+}
+
+RenameOperation::List RenameOperation::Recorded(const std::string& key, bool inverse) const {
+    List list;
+    const std::string old = NameBefore(key);
+    if (inverse) {
+        Store().GetInverseDependency(old, list);
+    } else {
+        Store().GetDependency(old, list);
+    }
+    return list;
+}
+
+void RenameOperation::Plan(const RenameOptions& options) {
+    MoveCompanions();
+    FindDependents();
+    const List concerned = FindConcerned();
+    const std::size_t total = m_dependents.size() + concerned.size();
+    std::size_t done = 0;
+    const auto step = [&] {
+        ++done;
+        if (options.progress) options.progress(done, total);
+    };
+    for (const auto& [file, followed] : m_dependents) {
+        Rewrite(file, m_followed[followed]);
+        step();
+    }
+    for (const std::string& file : concerned) {
+        Read(file);
+        step();
+    }
+    for (const std::string& failure : m_overlay->GetFailures()) AddProblem(failure);
+}
+
+// The generators' share of moving each file. They may move further files, which come behind.
+void RenameOperation::MoveCompanions() {
+    EditObserver observer(m_plan.edits);
+    const ObserverUse use(&observer);
+    for (std::size_t i = 0; i < m_followed.size(); ++i) {
+        const Followed followed = m_followed[i];
+        CDependencyBase* const generator = m_manager.GetDependencyGenerator(followed.newKey);
+        if (!generator) continue;
+        generator->Rename(GeneratorForm(followed.oldKey), GeneratorForm(followed.newKey),
+                          followed.keptByCaller);
+    }
+}
+
+// The files that refer to what was moved, under the names that they have now, each once.
+void RenameOperation::FindDependents() {
+    std::unordered_set<std::string> seen;
+    List users;
+    for (std::size_t i = 0; i < m_followed.size(); ++i) {
+        users.clear();
+        Store().GetInverseDependency(m_followed[i].oldKey, users);
+        for (const std::string& user : users) {
+            std::string file = NameNow(user);
+            if (seen.insert(file).second) m_dependents.emplace_back(std::move(file), i);
+        }
+    }
+}
+
+void RenameOperation::Rewrite(const std::string& file, const Followed& followed) {
+    if (!m_rewritten.insert(file).second) return;
+    CDependencyBase* const generator = m_manager.GetDependencyGenerator(file);
+    if (!generator) return;
+    EditObserver observer(m_plan.edits);
+    const ObserverUse use(&observer);
+    generator->RenameReference(GeneratorForm(file), followed.oldKey, followed.newKey);
+}
+
+// The files whose lists the rename may change, by their new names.
+RenameOperation::List RenameOperation::FindConcerned() {
+    List changed;
+    List vanished = m_vanished;
+    for (const Followed& followed : m_followed) {
+        changed.push_back(followed.newKey);
+        if (!m_renames.OldNameOf(followed.oldKey)) vanished.push_back(followed.oldKey);
+    }
+    List files;
+    std::unordered_set<std::string> seen;
+    const auto add = [&](const std::string& file) {
+        if (seen.insert(file).second) files.push_back(file);
+    };
+    for (const Followed& followed : m_followed) {
+        if (followed.keptByCaller) {
+            seen.insert(followed.newKey);
+        } else {
+            add(followed.newKey);
+        }
+    }
+    for (const auto& dependent : m_dependents) add(dependent.first);
+    for (const std::string& file : m_manager.FilesAffected(changed, vanished)) add(NameNow(file));
+    const std::unordered_set<std::string> gone(vanished.begin(), vanished.end());
+    std::erase_if(files, [&](const std::string& file) { return gone.contains(file); });
+    return files;
+}
+
+void RenameOperation::Read(const std::string& file) {
+    std::unique_ptr<FileReading> reading = m_manager.ReadReferences(file);
+    if (reading) {
+        const ConcernedFile concerned{NameBefore(file), file, Recorded(file, false), reading->list};
+        CompareReferences(concerned, m_renames, m_disk, m_plan);
+    }
+    const os::FileIdentity identity = m_overlay->IdentityOfContents(file);
+    m_concerned[file] = {std::move(reading), LookOf(identity)};
+}
+
+// --- making it happen ---
+
+bool RenameOperation::ApplyMoves(const std::string& title) {
+    ChangeSet changes = m_overlay->TakeChanges();
+    changes.title = title;
+    changes.notes = ConcernedKeys();
+    m_use.reset();
+    if (changes.Empty() || m_journal.Apply(std::move(changes))) return true;
+    Fail(m_journal.GetError());
+    m_journal.Finish();
+    return false;
+}
+
+RenameOperation::List RenameOperation::ConcernedKeys() const {
+    List keys = m_vanished;
+    for (const Followed& followed : m_followed) {
+        keys.push_back(followed.oldKey);
+        keys.push_back(followed.newKey);
+    }
+    for (const auto& concerned : m_concerned) keys.push_back(concerned.first);
+    return keys;
+}
+
+bool RenameOperation::Apply(const std::string& title) {
+    if (!ApplyMoves(title)) return false;
+    if (!UpdateStore()) {
+        Fail(Store().GetWriteError());
+        TakeBack();
+        return false;
+    }
+    if (m_journal.IsApplied() && !m_journal.Finish())
+        LogWarning("%s", m_journal.GetError().c_str());
+    Announce();
+    return true;
+}
+
+// The store could not take what the files have become: they go back. Should the store refuse even
+// that, the next start mends it.
+void RenameOperation::TakeBack() {
+    if (!m_journal.IsApplied()) return;
+    const List keys = ConcernedKeys();
+    if (!m_journal.RollBack()) {
+        LogError("%s", m_journal.GetError().c_str());
+    } else if (m_manager.Resync(keys)) {
+        m_journal.Finish();
+    }
+}
+
+bool RenameOperation::UpdateStore() {
+    vxdependency::StoreBatch batch(&Store());
+    List gone = m_vanished;
+    for (const Followed& followed : m_followed) {
+        if (followed.keptByCaller) Carry(followed);
+        gone.push_back(followed.oldKey);
+    }
+    for (const std::string& key : gone) {
+        m_manager.RemoveFile(key);
+        Store().EraseForward(key + "#");  // its inverse list; who still names it says so again
+        if (!Store().BatchCheckpoint()) return false;
+    }
+    for (auto& [file, concerned] : m_concerned) {
+        m_manager.NoteFile(file, concerned.look, std::move(concerned.reading));
+        if (!Store().BatchCheckpoint()) return false;
+    }
+    return batch.End();
+}
+
+// The caller reads the file itself: its records go over to the new name as they are.
+void RenameOperation::Carry(const Followed& followed) {
+    Store().RenameKey(followed.oldKey, followed.newKey);
+    vxdependency::CatalogueEntry entry;
+    if (Store().FindFile(followed.oldKey, entry)) Store().SetFile(followed.newKey, entry);
+    vxdependency::Findings findings;
+    if (Store().GetFindings(followed.oldKey, findings))
+        Store().SetFindings(followed.newKey, findings);
+    constexpr std::int64_t kNone = -1;
+    std::int64_t stamp = kNone;
+    Store().GetTimeStamp(m_disk.AbsolutePath(followed.oldKey), stamp);
+    if (stamp != kNone) Store().SetTimeStamp(m_disk.AbsolutePath(followed.newKey), stamp);
+}
+
+void RenameOperation::Announce() {
+    for (const Followed& followed : m_followed) {
+        vxThread<0>::Handle.post(
+            [record = CDependencyManager::FileRenamed{followed.oldKey, followed.newKey}] {
+                CDependencyManager::GetSingleton().EmitRenamed(record);
+            });
+    }
+}
+
+}  // namespace vexa
