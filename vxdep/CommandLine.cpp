@@ -25,6 +25,9 @@ constexpr char kExamples[] =
     "  vxdep deps --all levels/harbour.scn    what does this level pull in?\n"
     "  vxdep missing                          which references lead to nothing?\n"
     "  vxdep explain levels/harbour.scn       where does each reference come from?\n"
+    "  vxdep rename -n textures/a.tga old     what would moving this file change?\n"
+    "  vxdep rename textures/a.tga old        move it, and rewrite what refers to it\n"
+    "  vxdep undo                             take that back\n"
     "  vxdep export > graph.json              the whole graph, for other tools\n"
     "  vxdep check                            does the store match the files?\n"
     "\n"
@@ -81,6 +84,9 @@ ExitCode RunCommandLine(int argc, char** argv) {
     AddMissingCommand(app, options, action);
     AddExplainCommand(app, options, action);
     AddExportCommand(app, options, action);
+    AddRenameCommand(app, options, action);
+    AddUndoCommand(app, options, action);
+    AddRmCommand(app, options, action);
     AddCheckCommand(app, options, action);
     try {
         app.parse(argc, argv);

@@ -28,6 +28,9 @@ void AddRdepsCommand(CLI::App& app, const GlobalOptions& options, Action& action
 void AddExportCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddMissingCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddExplainCommand(CLI::App& app, const GlobalOptions& options, Action& action);
+void AddRenameCommand(CLI::App& app, const GlobalOptions& options, Action& action);
+void AddUndoCommand(CLI::App& app, const GlobalOptions& options, Action& action);
+void AddRmCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddCheckCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 
 }  // namespace vxdep

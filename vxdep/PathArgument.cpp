@@ -84,4 +84,13 @@ std::vector<std::string> KeysOfArgument(const std::string& argument, const fs::p
     return keys;
 }
 
+std::string KeyOfNewPath(const std::string& argument, const fs::path& resources) {
+    const std::vector<std::string> keys = KeysOfArgument(argument, resources);
+    const fs::path here = fs::absolute(argument);
+    std::error_code ignored;
+    const Key fromHere = KeyOf(here, resources);
+    const bool folderIsHere = fs::is_directory(Parent(here), ignored);
+    return keys.size() > 1 && fromHere && folderIsHere ? *fromHere : keys.front();
+}
+
 }  // namespace vxdep

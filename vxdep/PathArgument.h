@@ -16,4 +16,9 @@ namespace vxdep {
 std::vector<std::string> KeysOfArgument(const std::string& argument,
                                         const std::filesystem::path& resources);
 
+// The key of a path that may not exist yet, and is to: one that exists has the reading above;
+// otherwise it is relative to the working directory where its folder is there and below the
+// resource root, else to the resource root. Throws Failure as above.
+std::string KeyOfNewPath(const std::string& argument, const std::filesystem::path& resources);
+
 }  // namespace vxdep

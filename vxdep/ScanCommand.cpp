@@ -4,44 +4,16 @@
 #include <memory>
 
 #include "vexa/common/Log.h"
-#include "vexa/threading/CommandQueue.h"
 #include "vxdep/Commands.h"
 #include "vxdep/Console.h"
-#include "vxdep/Failure.h"
 #include "vxdep/Json.h"
-#include "vxdep/Platform.h"
-#include "vxdep/ProgressBar.h"
 #include "vxdep/Project.h"
-#include "vxdependency/manager/DependencyManager.h"
+#include "vxdep/ScanRun.h"
 #include "vxdependency/scanner/DependencyScanner.h"
 
 namespace vxdep {
 
 namespace {
-
-using vexa::CDependencyManager;
-
-std::string ProgressDetail(const ScanStatistics& statistics) {
-    if (statistics.files == 0) return "looking for files";
-    return fmt::format("{} files, {} read", statistics.files, statistics.regenerated);
-}
-
-// Runs one scan to its end, or to the first request to stop.
-ScanStatistics RunScan(CDependencyManager& manager) {
-    bool ended = false;
-    const auto token =
-        manager.Connect<CDependencyManager::ScanFinished>([&ended] { ended = true; });
-    CatchInterrupts();
-    ProgressBar bar;
-    manager.BeginScan();
-    while (!ended) {
-        vexa::vxThread<0>::Handle.wait_and_run(std::chrono::milliseconds(100));
-        if (WasInterrupted()) manager.PauseScan();
-        bar.Show(manager.GetScanProgress(), ProgressDetail(manager.GetScanner()->GetStatistics()));
-    }
-    manager.Disconnect<CDependencyManager::ScanFinished>(token);
-    return manager.GetScanner()->GetStatistics();
-}
 
 void PrintText(const ScanStatistics& statistics) {
     Output output;
@@ -79,20 +51,11 @@ void PrintJson(const ScanStatistics& statistics) {
     output.Finish();
 }
 
-void RequireComplete(const ScanStatistics& statistics) {
-    if (statistics.complete) return;
-    if (!statistics.error.empty()) {
-        throw Failure("the scan was not completed: " + statistics.error);
-    }
-    throw Failure(fmt::format("interrupted: the {} files read so far are kept; run again to go on",
-                              statistics.regenerated));
-}
-
 ExitCode Scan(const GlobalOptions& options, bool json) {
     const Project project(options);
     project.Open();
     project.LoadGenerators();
-    const ScanStatistics statistics = RunScan(Project::Manager());
+    const ScanStatistics statistics = RunScan();
     vexa::FlushLog();
     RequireComplete(statistics);
     json ? PrintJson(statistics) : PrintText(statistics);
