@@ -153,7 +153,7 @@ bool ChangeJournal::Perform() {
             return Fail(
                 fmt::format("{}: cannot be moved to {}: {}", move.from, move.to, ErrnoText()));
     }
-    return SyncTouched(FoldersOf(m_changes)) ||
+    return SyncTouched(FoldersOf(m_changes, true)) ||
            Fail(m_directory + ": the changes cannot be synced: " + ErrnoText());
 }
 
@@ -162,8 +162,8 @@ bool ChangeJournal::SyncTouched(const std::vector<std::string>& folders) const {
     if (many && !os::SyncFileSystem(folders.front())) return false;
     return std::ranges::all_of(folders, [&](const std::string& folder) {
         if (many && os::SameFileSystem(folder, folders.front())) return true;
-        // One that a later move took away is synced under its new name.
-        return os::SyncFolder(folder) || errno == ENOENT;
+        // In a chain of moves a folder may have been just a name on the way.
+        return os::SyncFolder(folder) || errno == ENOENT || errno == ENOTDIR;
     });
 }
 
@@ -186,7 +186,7 @@ bool ChangeJournal::RollBackPending() {
     RollBackReport report = RollBackChanges(m_changes, pending);
     m_conflicts = std::move(report.conflicts);
     if (!report.failures.empty()) return Fail(report.failures.front());
-    return (SyncTouched(FoldersOf(m_changes)) || Fail(pending + ": " + ErrnoText())) &&
+    return (SyncTouched(FoldersOf(m_changes, false)) || Fail(pending + ": " + ErrnoText())) &&
            Enter(pending, Folder::Undone);
 }
 

@@ -98,12 +98,16 @@ Lines FindConflicts(const ChangeSet& changes) {
     return conflicts;
 }
 
-Lines FoldersOf(const ChangeSet& changes) {
+Lines FoldersOf(const ChangeSet& changes, bool afterMoves) {
     std::set<std::string> folders;
-    for (const FileEdit& edit : changes.edits) folders.insert(vxio::GetDirName(edit.target));
-    for (const PathMove& move : changes.moves) {
-        folders.insert(vxio::GetDirName(move.from));
-        folders.insert(vxio::GetDirName(move.to));
+    const auto add = [&](const std::string& entry, std::size_t movesBefore) {
+        const std::string folder = vxio::GetDirName(entry);
+        folders.insert(afterMoves ? changes.NameAfterMoves(folder, movesBefore) : folder);
+    };
+    for (const FileEdit& edit : changes.edits) add(edit.target, 0);
+    for (std::size_t i = 0; i < changes.moves.size(); ++i) {
+        add(changes.moves[i].from, i);
+        add(changes.moves[i].to, i);
     }
     return {folders.begin(), folders.end()};
 }

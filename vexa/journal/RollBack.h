@@ -20,7 +20,8 @@ RollBackReport RollBackChanges(const ChangeSet& changes, const std::string& fold
 // What would keep changes that were made as a whole from being taken back, a line for each.
 std::vector<std::string> FindConflicts(const ChangeSet& changes);
 
-// The folders in which the changes, or taking them back, add or remove entries; each once.
-std::vector<std::string> FoldersOf(const ChangeSet& changes);
+// The folders in which the changes add or remove entries, under the names that they have before or
+// after all moves; each once.
+std::vector<std::string> FoldersOf(const ChangeSet& changes, bool afterMoves);
 
 }  // namespace vexa
