@@ -1,8 +1,8 @@
 // What generators do to files when resources are renamed.
 
 #include <gmock/gmock.h>
-#include <rapidcheck.h>
 
+#include "tests/support/AnyReference.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Project.h"
 #include "vexa/common/FileServiceLayer.h"
@@ -10,7 +10,6 @@
 #include "vxdependency/generators/DependencyXML.h"
 #include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
-#include "vxdependency/rename/FileNameProcessor.h"
 
 namespace vexa {
 namespace {
@@ -149,7 +148,7 @@ TEST_F(Rewriting, LeavesAloneWhatIsNotConcernedAndReportsTheRest) {
     EXPECT_EQ(rewrites,
               "dir/f.jdoc:10 a.png> (member \"file\")\n"
               "dir/f.jdoc:37 dir/a.png> (member \"x\" (path table))\n"
-              "dir/f.xdoc:37 b.png#x> (tex file)\n");
+              "dir/f.xdoc:36 b.png#x> (tex file)\n");
 }
 
 TEST_F(Rewriting, MovedFilesKeepNamingWhatTheyNamed) {
@@ -228,6 +227,58 @@ TEST_F(Rewriting, FilesThatBelongToAResourceMoveWithIt) {
         EXPECT_TRUE(project.Directory().Exists(std::string("res/") + there)) << there;
     EXPECT_TRUE(Generator("x.nfx").Rename("b\\e.y.nfx", "b\\e.z.nfx", false));
     EXPECT_THAT(log.TakeTexts(), IsEmpty());
+}
+
+TEST_F(Rewriting, WhatWasListedIsListedUnderItsNewName) {
+    Generator("f.xdoc");  // makes the configured ones
+    auto& xml = *new CDependencyXML("xall");
+    auto& json = *new CDependencyJSON("jall");
+    const auto check = [&](CDependencyBase& generator, bool moves, int mask,
+                           const std::string& prefix, const std::string& suffix) {
+        const auto anyFile = [&] {
+            return vxio::GetDirName(*test::AnyKey()) + "f." + generator.GetExtension();
+        };
+        const std::string file = anyFile();
+        const std::string newFile = moves ? anyFile() : file;
+        const auto oldKey = *test::AnyKey();
+        const auto newKey = moves ? oldKey : *test::AnyKey();
+        RC_PRE(oldKey != newKey || file != newFile);
+        RC_PRE((mask & 0x20) == 0 || (mask & 0x3) != 0 || newKey.find('#') == newKey.npos);
+        project.Remove("");
+        project.Touch(*test::AnyKey(), *test::AnyKey());
+        project.Remove(newKey);
+        project.Touch(oldKey);
+        auto text = *test::AnyText(oldKey);
+        std::ranges::replace(text, '\\', '/');  // which JSON would escape
+        project.Write(file, prefix + text + suffix);
+        List before, after, bound;
+        RC_ASSERT(generator.GenerateDependency(file, before, bound));
+        const bool named = std::ranges::count(before, oldKey) > 0;
+        project.Remove(oldKey);
+        project.Touch(newKey);
+        project.Write(newFile, prefix + text + suffix);
+        if (moves) RC_ASSERT(generator.UpdateSelfReferences(file, newFile));
+        if (!moves) generator.RenameReference(file, oldKey, newKey);
+        const std::string bytes = project.Read(newFile);
+        RC_LOG() << file << ": " << text << " for " << oldKey << " in " << newFile << ": " << bytes
+                 << " for " << newKey;
+        RC_ASSERT(bytes.starts_with(prefix) && bytes.ends_with(suffix));
+        RC_ASSERT(!before.empty() || bytes == prefix + text + suffix);
+        RC_ASSERT(generator.GenerateDependency(newFile, after, bound));
+        if (moves && before.size() > 1) return;
+        RC_ASSERT(!named || std::ranges::count(after, newKey) > 0);
+    };
+    EXPECT_TRUE(rc::check("for every strategy", [&] {
+        const int mask = *rc::gen::inRange(0, 0x2000) & ~0x240;
+        const std::string name = "m" + std::to_string(mask);
+        xml.AddRule("r", name, mask);
+        json.AddRule(name, "", mask);
+        const std::string start = "\xEF\xBB\xBF<r\r\n\t" + name + " ='";
+        check(xml, false, mask, start, "' x = '&#65;'/><!-- -->\r\n");
+        check(xml, true, mask, start, "'/>");
+        check(json, false, mask, "\xEF\xBB\xBF{\t\"" + name + "\" : \"",
+              "\", \"n\": 1.50 } // c\r\n");
+    }));
 }
 
 }  // namespace
