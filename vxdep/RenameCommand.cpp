@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <unordered_set>
 
@@ -39,6 +40,13 @@ std::string LossText(const RenamePlan::Loss& loss) {
                        loss.expected, loss.reason);
 }
 
+// A text that is not rewritten goes on naming what is not there any more: that was told.
+bool IsKeptText(const RenamePlan& plan, const RenamePlan::Gain& gain) {
+    return std::ranges::any_of(plan.notRewritten, [&gain](const RenamePlan::Loss& loss) {
+        return loss.file == gain.file && loss.resource == gain.resource;
+    });
+}
+
 void PrintText(const RenamePlan& plan, bool dryRun) {
     Output output;
     for (const RenamePlan::Move& move : plan.moves)
@@ -55,6 +63,7 @@ void PrintText(const RenamePlan& plan, bool dryRun) {
         dryRun ? output.Line(LossText(loss)) : Console::Instance().Warning(LossText(loss));
     }
     for (const RenamePlan::Gain& gain : plan.appearing) {
+        if (IsKeptText(plan, gain)) continue;
         const std::string text = gain.file + ": will refer to " + gain.resource;
         dryRun ? output.Line(text) : Console::Instance().Note(text);
     }
