@@ -148,10 +148,13 @@ bool RenameOperation::MoveAndFollow(const std::string& oldKey, const std::string
 }
 
 void RenameOperation::FollowAnnounced(const PendingRenames::Map& renames) {
+    // In a swap or a chain, the old name of one is the new name of another.
+    std::unordered_set<std::string> taken;
+    for (const auto& [oldKey, newKey] : renames) taken.insert(newKey);
+    for (const Followed& followed : m_followed) taken.insert(followed.newKey);
     for (const auto& [oldKey, newKey] : renames) {
-        const bool happened =
-            m_overlay->GetState(newKey).exists && !m_overlay->GetState(oldKey).exists;
-        if (happened) Follow(oldKey, newKey, false);
+        const bool left = taken.contains(oldKey) || !m_overlay->GetState(oldKey).exists;
+        if (left && m_overlay->GetState(newKey).exists) Follow(oldKey, newKey, false);
     }
 }
 
