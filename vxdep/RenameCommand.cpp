@@ -14,6 +14,7 @@
 #include "vxdep/Json.h"
 #include "vxdep/PathArgument.h"
 #include "vxdep/Place.h"
+#include "vxdep/Platform.h"
 #include "vxdep/ProgressBar.h"
 #include "vxdep/Project.h"
 #include "vxdep/ScanRun.h"
@@ -150,6 +151,7 @@ bool Run(const std::string& source, const std::string& destination, bool dryRun,
     options.progress = [&bar](std::size_t done, std::size_t total) {
         bar.Show(static_cast<int>(done * 100 / total),
                  fmt::format("{} of {} files concerned", done, total));
+        return !WasInterrupted();
     };
     return Project::Manager().MoveResource(source, destination, options, plan);
 }

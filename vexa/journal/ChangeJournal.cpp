@@ -67,6 +67,7 @@ bool ChangeJournal::Fail(const std::string& what) {
 bool ChangeJournal::TakeLock(std::chrono::milliseconds patience) {
     m_error.clear();
     m_conflicts.clear();
+    m_busy = false;
     if (m_locked) return true;
     if (!MakeFolders(m_directory)) return Fail(m_directory + ": cannot be made: " + ErrnoText());
     if (const std::error_code error = m_lock.Open(m_directory + "/lock", false))
@@ -78,8 +79,9 @@ bool ChangeJournal::TakeLock(std::chrono::milliseconds patience) {
         m_locked = true;
         return true;
     }
-    Fail(error == std::errc::timed_out ? m_directory + ": in use by " + m_lock.Holder()
-                                       : m_directory + "/lock: " + error.message());
+    m_busy = error == std::errc::timed_out;
+    Fail(m_busy ? m_directory + ": in use by " + m_lock.Holder()
+                : m_directory + "/lock: " + error.message());
     m_lock.Close();
     return false;
 }

@@ -60,6 +60,8 @@ public:
     // deals with GetChanges and says Finish. False also when another process holds the lock: then
     // it is at work, and nothing was interrupted.
     bool Recover();
+    // Whether another process holds the lock, by the last operation that wanted it.
+    bool IsBusy() const { return m_busy; }
     bool IsApplied() const { return m_applied; }
 
     // Loads the last changes of the history. False when there are none; GetConflicts lists what
@@ -91,6 +93,7 @@ private:
     const std::string m_directory;
     LockFile m_lock;
     bool m_locked = false;
+    bool m_busy = false;
     bool m_applied = false;
     std::string m_last;  // the folder of the last changes in the history
     ChangeSet m_changes;

@@ -251,7 +251,7 @@ bool CDependencyManager::RecoverRename() {
         for (const std::string& conflict : journal.GetConflicts()) LogError("%s", conflict.c_str());
         done = Resync(journal.GetChanges().notes) && journal.Finish();
         if (!done) LogError("The store could not follow: %s", Store().GetWriteError().c_str());
-    } else if (journal.WasInterrupted() && !journal.GetError().empty()) {
+    } else if (!journal.IsBusy() && journal.WasInterrupted()) {
         LogWarning("An interrupted rename is left as it is: %s", journal.GetError().c_str());
     }
     journal.Close();

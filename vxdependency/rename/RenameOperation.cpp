@@ -194,17 +194,14 @@ void RenameOperation::Plan(const RenameOptions& options) {
     const List concerned = FindConcerned();
     const std::size_t total = m_dependents.size() + concerned.size();
     std::size_t done = 0;
-    const auto step = [&] {
-        ++done;
-        if (options.progress) options.progress(done, total);
-    };
+    const auto goOn = [&] { return !options.progress || options.progress(++done, total); };
     for (const auto& [file, followed] : m_dependents) {
         Rewrite(file, m_followed[followed]);
-        step();
+        if (!goOn()) return AddProblem("interrupted");
     }
     for (const std::string& file : concerned) {
         Read(file);
-        step();
+        if (!goOn()) return AddProblem("interrupted");
     }
     for (const std::string& failure : m_overlay->GetFailures()) AddProblem(failure);
 }

@@ -45,8 +45,8 @@ struct RenamePlan {
 
 struct RenameOptions {
     bool dryRun = false;  // only plan
-    // Told how many files of how many were dealt with; may be empty.
-    std::function<void(std::size_t done, std::size_t total)> progress;
+    // Told how many files of how many have been planned; false stops it. May be empty.
+    std::function<bool(std::size_t done, std::size_t total)> progress;
 };
 
 // What taking a rename back came to.
