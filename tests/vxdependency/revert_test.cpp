@@ -1,12 +1,15 @@
 // The way back: texts for renamed resources.
 
 #include <gtest/gtest.h>
+#include <rapidcheck.h>
 
 #include <algorithm>
 
-#include "tests/support/AnyReference.h"
 #include "tests/support/Project.h"
 #include "vexa/common/FileService.h"
+#include "vexa/io/Path.h"
+#include "vxdependency/generators/DependencyJSON.h"
+#include "vxdependency/generators/DependencyXML.h"
 #include "vxdependency/rename/FileNameProcessor.h"
 
 namespace vexa {
@@ -120,8 +123,30 @@ TEST(Revert, OfNoPathIsThatText) {
     EXPECT_EQ(FileNameProcessor::Revert(kScene, "a.png", 0x1, "../b.png", "a.png"), "../b.png");
 }
 
-using test::AnyKey;
-using test::AnyText;
+rc::Gen<std::string> AnyKey() {
+    using Names = std::vector<std::string>;
+    const auto folder = rc::gen::element<std::string>("a/", "res/", "c d/", "..e/");
+    const auto name =
+        rc::gen::element<std::string>("a.png", "a.tga", "b.DDS", "c.nfx", "geod.bson", "d.e.f",
+                                      "r.rawanimation", "\xE4 x", ".g", "h#1.png");
+    return rc::gen::map(rc::gen::pair(rc::gen::resize(3, rc::gen::container<Names>(folder)), name),
+                        [](const auto& parts) {
+                            std::string key;
+                            for (const std::string& part : parts.first) key += part;
+                            return key + parts.second;
+                        });
+}
+
+// A text that may have named the path.
+rc::Gen<std::string> AnyText(const std::string& path) {
+    const auto lead = rc::gen::element<std::string>("", "/", "./", "res/", "../", "\\res\\");
+    const auto rest = rc::gen::element(path, GeneratorForm(path), vxio::GetStem(path),
+                                       vxio::GetStem(path) + ".jpg", vxio::GetDirName(path));
+    const auto selector = rc::gen::element<std::string>("", "#s", "?a/b|c");
+    return rc::gen::map(rc::gen::tuple(lead, rest, selector), [](const auto& parts) {
+        return std::get<0>(parts) + std::get<1>(parts) + std::get<2>(parts);
+    });
+}
 
 TEST(Revert, MakesTextsThatNameTheNewPath) {
     const test::Project project;
@@ -165,6 +190,53 @@ TEST(Revert, ToTheSamePathChangesNothing) {
         if (!FileNameProcessor::Names(file, text, mask, key)) return;
         RC_LOG() << file << ": " << text << " for " << key << ", mask " << mask;
         RC_ASSERT(FileNameProcessor::Revert(file, text, mask, key, key) == text);
+    }));
+}
+
+TEST(Revert, LetsGeneratorsListAgainWhatTheyListed) {
+    const test::Project project;
+    auto& xml = *new CDependencyXML("xall");
+    auto& json = *new CDependencyJSON("jall");
+    const auto check = [&](CDependencyBase& generator, bool moves, int mask,
+                           const std::string& prefix, const std::string& suffix) {
+        const auto folder = vxio::GetDirName(*AnyKey());
+        const auto file = folder + "f." + generator.GetExtension();
+        const auto newFile = moves ? "x/" + file : file;
+        const auto oldKey = *AnyKey();
+        const auto newKey = moves ? oldKey : *AnyKey();
+        RC_PRE(oldKey != newKey || moves);
+        RC_PRE((mask & 0x20) == 0 || (mask & 0x3) != 0 || newKey.find('#') == newKey.npos);
+        project.Remove("");
+        project.Touch(*AnyKey(), *AnyKey());
+        project.Remove(newKey);
+        project.Touch(oldKey);
+        auto text = *AnyText(oldKey);
+        std::ranges::replace(text, '\\', '/');  // which JSON would escape
+        project.Write(file, prefix + text + suffix);
+        project.Write(newFile, prefix + text + suffix);
+        FileNameProcessor::List before, after, bound;
+        RC_ASSERT(generator.GenerateDependency(file, before, bound));
+        project.Remove(oldKey);
+        project.Touch(newKey);
+        if (moves) RC_ASSERT(generator.UpdateSelfReferences(file, newFile));
+        if (!moves) generator.RenameReference(file, oldKey, newKey);
+        const std::string bytes = project.Read(newFile);
+        RC_LOG() << file << ": " << text << " becomes " << bytes << " for " << newKey;
+        RC_ASSERT(bytes.starts_with(prefix) && bytes.ends_with(suffix));
+        RC_ASSERT(!before.empty() || bytes == prefix + text + suffix);
+        RC_ASSERT(generator.GenerateDependency(newFile, after, bound));
+        if (moves && before.size() > 1) return;  // one of them is enough
+        RC_ASSERT(!std::ranges::count(before, oldKey) || std::ranges::count(after, newKey));
+    };
+    EXPECT_TRUE(rc::check("for every strategy", [&] {
+        const int mask = *rc::gen::inRange(0, 0x2000) & ~0x240;
+        const std::string name = "m" + std::to_string(mask);
+        xml.AddRule("r", name, mask);
+        json.AddRule(name, "", mask);
+        const std::string start = "\xEF\xBB\xBF<r\r\n\t" + name + " ='";
+        check(xml, false, mask, start, "' x = '&#65;'/><!-- -->\r\n");
+        check(xml, true, mask, start, "'/>");
+        check(json, false, mask, "{\t\"" + name + "\" : \"", "\", \"n\": 1.50 } // c\r\n");
     }));
 }
 
