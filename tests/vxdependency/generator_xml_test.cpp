@@ -4,7 +4,7 @@
 
 #include "tests/support/LogCapture.h"
 #include "tests/support/Project.h"
-#include "vxdependency/generators/DependencySurf.h"
+#include "vxdependency/generators/DependencyBase.h"
 #include "vxdependency/manager/DependencyManager.h"
 
 namespace vexa {
@@ -153,22 +153,6 @@ TEST_F(XmlReading, UnreadableFilesLeaveTheListsAlone) {
     EXPECT_THAT(log.TakeTexts(), ElementsAre(HasSubstr("..\\out.mat: cannot be read")));
     EXPECT_THAT(first, ElementsAre("x", "x"));
     EXPECT_THAT(second, IsEmpty());
-}
-
-TEST_F(XmlReading, RewritingIsRefusedAloud) {
-    const std::string text = "<use file='a.png'/>";
-    project.Write("f.mat", text);
-    CDependencyBase& plain = Generator("f.mat");
-    CDependencyBase& surface = *new CDependencySurf("surf");
-    test::LogCapture log;
-    EXPECT_FALSE(plain.RemoveReference("f.mat", "a.png"));
-    EXPECT_FALSE(plain.RenameReference("f.mat", "a.png", "b.png"));
-    EXPECT_TRUE(surface.RenameReference("f.mat", "a.png", "b.png"));
-    const auto refusal =
-        std::pair(LogSeverity::Error, std::string("f.mat: references to a.png cannot be rewritten: "
-                                                  "rewriting is not available in this version"));
-    EXPECT_THAT(log.Take(), ElementsAre(refusal, refusal, refusal));
-    EXPECT_EQ(project.Read("f.mat"), text);
 }
 
 TEST_F(XmlReading, CopyingNeverOverwrites) {

@@ -137,6 +137,9 @@ public:
     // indented no deeper than 64 levels.
     std::string ToText(const ujson::to_string_options& options = {}) const;
 
+    // The absolute path of the file that was loaded; "" for a document from a text.
+    const std::string& GetPath() const { return m_path; }
+
     // The root value; null when nothing is loaded.
     ujson::value* GetRoot();
 

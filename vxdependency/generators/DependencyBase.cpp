@@ -4,7 +4,6 @@
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/common/Log.h"
-#include "vexa/os/WindowsApi.h"
 #include "vxdependency/manager/DependencyManager.h"
 
 namespace vexa {
@@ -29,11 +28,7 @@ bool CDependencyBase::MoveCompanionFiles(const std::string&, const std::string&)
 }
 
 bool CDependencyBase::CopyResourceFile(const std::string& from, const std::string& to) {
-    IFileService& files = InterfaceBox::Instance().GetFileService();
-    // An existing target is somebody's file: it is never overwritten.
-    if (CopyFileA(files.AbsolutePath(from).c_str(), files.AbsolutePath(to).c_str(), TRUE)) {
-        return true;
-    }
+    if (InterfaceBox::Instance().GetFileService().Copy(from, to) == 0) return true;
     LogWarning("[Dependency]Copy File from %s to %s failed!", from.c_str(), to.c_str());
     return false;
 }

@@ -56,7 +56,7 @@ public:
     virtual bool Rename(const std::string& oldPath, const std::string& newPath, bool flag);
     // 6: carries the companion files of the resource along.
     virtual bool MoveCompanionFiles(const std::string& oldPath, const std::string& newPath);
-    // 7: copies a file; one body for all classes.
+    // 7: copies a file, never over an existing one; one body for all classes.
     virtual bool CopyResourceFile(const std::string& from, const std::string& to);
     // 8: moves the files bound to the resource.
     virtual bool MoveBindingFiles(const std::string& oldPath, const std::string& newPath,

@@ -1,12 +1,18 @@
 #include "vxdependency/generators/DependencyJSON.h"
 
+#include <optional>
+#include <unordered_set>
 #include <utility>
 
+#include "vexa/common/InterfaceBox.h"
+#include "vexa/common/Log.h"
+#include "vxdependency/generators/BindingMoves.h"
 #include "vxdependency/generators/CompanionFiles.h"
 #include "vxdependency/generators/GeneratorMessages.h"
 #include "vxdependency/generators/MemberWalk.h"
 #include "vxdependency/generators/ReferenceCollector.h"
 #include "vxdependency/generators/ReferenceObserver.h"
+#include "vxdependency/generators/ReferenceRewriter.h"
 #include "vxdependency/manager/DependencyManager.h"
 
 namespace vexa {
@@ -26,7 +32,7 @@ std::string AdditionOf(const RuleData& rule) {
 struct Found {
     const std::string& name;
     const std::string& member;
-    const ujson::value& value;
+    ujson::value& value;
     const RuleData& rule;
 };
 
@@ -78,10 +84,7 @@ bool CDependencyJSON::GenerateDependency(const std::string& file, List& dependen
     std::string key;
     if (!KeyToRead(file, key)) return false;
     vxio::JsonData document;
-    if (document.Load(key) == -1) {
-        WarnUnreadable(key, m_extension, "JSON", document.GetError());
-        return false;
-    }
+    if (!Load(key, document)) return false;
     for (const RuleData& companion : m_companions) {
         CollectCompanion(key, companion.extra, companion.strategy, dependencies, secondList);
     }
@@ -98,20 +101,62 @@ bool CDependencyJSON::GenerateDependency(const std::string& file, List& dependen
     return true;
 }
 
+bool CDependencyJSON::Load(const std::string& key, vxio::JsonData& document) const {
+    if (document.Load(key) != -1) return true;
+    WarnUnreadable(key, m_extension, "JSON", document.GetError());
+    return false;
+}
+
 bool CDependencyJSON::RemoveReference(const std::string& file, const std::string& reference) {
-    LogNotRewritten(file, reference);
-    return true;
+    return RenameReference(file, reference, "");
 }
 
 bool CDependencyJSON::RenameReference(const std::string& file, const std::string& oldPath,
-                                      const std::string&) {
-    LogNotRewritten(file, oldPath);
+                                      const std::string& newPath) {
+    std::string key;
+    vxio::JsonData document;
+    if (!KeyToRead(file, key) || !Load(key, document)) return true;
+    const ReferenceRewriter rewriter(key, ReferenceRewriter::Scope::Renamed, oldPath, newPath);
+    if (RewriteReferences(document, rewriter) && document.Save(key) == -1) {
+        LogError("%s", document.GetError().c_str());
+    }
     return true;
 }
 
-bool CDependencyJSON::RenameReferenceInData(vxio::JsonData&, const std::string& oldPath,
-                                            const std::string&) {
-    LogNotRewritten("a loaded document", oldPath);
+bool CDependencyJSON::RenameReferenceInData(vxio::JsonData& document, const std::string& oldPath,
+                                            const std::string& newPath) {
+    if (!document.GetRoot()) return true;
+    std::string key;
+    InterfaceBox::Instance().GetFileService().MakeRelative(document.GetPath(), key);
+    const ObserverUse unobserved(nullptr);  // who hears of a rewrite expects that it is saved
+    RewriteReferences(document, {key, ReferenceRewriter::Scope::Renamed, oldPath, newPath});
+    return true;
+}
+
+bool CDependencyJSON::RewriteReferences(vxio::JsonData& document,
+                                        const ReferenceRewriter& rewriter) const {
+    // Several rules may find a value, and a table of paths offers it once more: the first reading
+    // that is concerned settles it.
+    std::unordered_set<const ujson::value*> settled;
+    bool changed = false;
+    WalkReferences(document, [&](const Found& found) {
+        if (settled.contains(&found.value)) return;
+        const std::string text = found.value.to_string("");
+        const std::optional<std::string> newText =
+            rewriter.NewText(text, found.rule.strategy, AdditionOf(found.rule));
+        if (!newText) return;
+        settled.insert(&found.value);
+        if (*newText == text) return;
+        found.value.set_string(*newText);
+        changed = true;
+        const ReferenceSite site([&] { return PlaceOf(found, document); });
+        ReportRewrite(rewriter.File(), site, text, *newText);
+    });
+    return changed;
+}
+
+bool CDependencyJSON::Rename(const std::string& oldPath, const std::string& newPath, bool) {
+    MoveBindings(*this, oldPath, newPath);
     return true;
 }
 

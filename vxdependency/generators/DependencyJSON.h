@@ -11,6 +11,8 @@
 
 namespace vexa {
 
+class ReferenceRewriter;
+
 // Serves the JSON resource types that the configuration names. A rule says which members hold a
 // reference, wherever in the document they stand. Rules for the member "" tell of companion files
 // instead (see CompanionFiles.h). A string that a table of paths holds is governed by the rules for
@@ -30,12 +32,18 @@ public:
     void AddIgnored(std::string member);
 
     bool GenerateDependency(const std::string& file, List& dependencies, List& secondList) override;
-    // All three answer true, whatever happens.
+    // All three answer true, whatever happens. Renaming follows every rename under way besides the
+    // one that it is called for (see ReferenceRewriter); with an empty new path it removes.
     bool RemoveReference(const std::string& file, const std::string& reference) override;
     bool RenameReference(const std::string& file, const std::string& oldPath,
                          const std::string& newPath) override;
+    // The document's file is the one that it was loaded from. Without one, texts relative to the
+    // file are read from the resource root. Saving it is the caller's.
     bool RenameReferenceInData(vxio::JsonData& document, const std::string& oldPath,
                                const std::string& newPath) override;
+    // To be called after the file was moved: moves the files bound to it implicitly. What the file
+    // holds stays: its relative references are not updated for another folder. Answers true.
+    bool Rename(const std::string& oldPath, const std::string& newPath, bool flag) override;
     // Null: rules are not asked for by name in this family.
     const RuleData* FindRuleEntry(const std::string& file, const std::string& name) override;
     List GetImplicitBindingFiles(const std::string& file) override;
@@ -44,9 +52,12 @@ public:
 private:
     using Rules = std::vector<RuleData>;
 
-    // Gets a reference: the member that holds it, the rule that found it, and its text.
+    // Gets a reference: the member that holds it, the rule that found it, and its value.
     template <class Callback>
     void WalkReferences(vxio::JsonData& document, const Callback& callback) const;
+    bool Load(const std::string& key, vxio::JsonData& document) const;
+    // True when there was something to change.
+    bool RewriteReferences(vxio::JsonData& document, const ReferenceRewriter& rewriter) const;
     const Rules* FindRules(const std::string& member) const;
     List BindingSuffixes(std::int32_t flag) const;
 

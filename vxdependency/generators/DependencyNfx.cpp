@@ -5,10 +5,13 @@
 #include <utility>
 
 #include "vexa/common/InterfaceBox.h"
+#include "vexa/common/Log.h"
+#include "vxdependency/generators/BindingMoves.h"
 #include "vxdependency/generators/ClosureWalk.h"
 #include "vxdependency/generators/EffectReferences.h"
 #include "vxdependency/generators/IncludeReference.h"
 #include "vxdependency/generators/IncludeScan.h"
+#include "vxdependency/manager/DependencyManager.h"
 
 namespace vexa {
 
@@ -16,6 +19,13 @@ namespace {
 
 FilePtr Read(const std::string& file) {
     return InterfaceBox::Instance().GetFileService().ReadFile(file);
+}
+
+// Includes are looked for by the last "\" of the path.
+std::string InGeneratorForm(const std::string& path) {
+    std::string key;
+    const bool inside = InterfaceBox::Instance().GetFileService().MakeRelative(path, key);
+    return inside ? GeneratorForm(key) : path;
 }
 
 }  // namespace
@@ -37,6 +47,23 @@ bool CDependencyNfx::RemoveReference(const std::string&, const std::string&) {
 }
 
 bool CDependencyNfx::RenameReference(const std::string&, const std::string&, const std::string&) {
+    return true;
+}
+
+bool CDependencyNfx::Rename(const std::string& oldPath, const std::string& newPath, bool) {
+    CDependencyManager& manager = *CDependencyManager::GetSingletonPtr();
+    for (const FileMove& move : BindingMoves(*this, oldPath, newPath)) {
+        if (IsDue(move)) manager.RawRename(move.from, move.to);  // most effects lack most of them
+    }
+    const std::string from = InGeneratorForm(oldPath);
+    const std::string to = InGeneratorForm(newPath);
+    List names = GetIncludeNames(newPath);
+    manager.MakeVectorUnique(names);
+    for (const std::string& name : names) {
+        const FileMove move{IncludePath(from, name), IncludePath(to, name)};
+        if (!IsDue(move) || manager.RawRename(move.from, move.to)) continue;
+        LogWarning("Move File from %s to %s failed!", move.from.c_str(), move.to.c_str());
+    }
     return true;
 }
 

@@ -21,6 +21,9 @@ public:
     bool RemoveReference(const std::string& file, const std::string& reference) override;
     bool RenameReference(const std::string& file, const std::string& oldPath,
                          const std::string& newPath) override;
+    // To be called after the file was moved: moves the files bound to it, and what it includes by
+    // the same way from its folder. An include that cannot be moved is logged. Answers true.
+    bool Rename(const std::string& oldPath, const std::string& newPath, bool flag) override;
     // Null: no rule governs an effect.
     const RuleData* FindRuleEntry(const std::string& file, const std::string& name) override;
     // The suffixes of the sources that lie beside an effect; they follow its BindingStem.

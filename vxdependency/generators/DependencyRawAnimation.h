@@ -18,12 +18,13 @@ public:
     bool GenerateDependency(const std::string& file, List& dependencies, List& secondList) override;
     // Answers true and leaves the file alone: an animation without its resource is none.
     bool RemoveReference(const std::string& file, const std::string& reference) override;
-    // Lets a file that names `oldPath` name `newPath`, relative to its folder. True when there was
-    // nothing to do.
+    // Lets a file that names `oldPath` name `newPath`, relative to its folder, or follow another
+    // rename under way. True when there was nothing to do.
     bool RenameReference(const std::string& file, const std::string& oldPath,
                          const std::string& newPath) override;
-    // To be called after the file was moved. Leaves a reference alone that names an existing file
-    // from the new folder as well; otherwise rewrites it to name what it named from the old one.
+    // To be called after the file was moved. Into another folder: lets the reference follow a
+    // resource that is renamed as well. Otherwise leaves it alone if it names an existing file from
+    // the new folder, too, and else rewrites it to name what it named from the old one.
     bool Rename(const std::string& oldPath, const std::string& newPath, bool flag) override;
     // The same as Rename.
     bool UpdateSelfReferences(const std::string& oldPath, const std::string& newPath) override;

@@ -4,6 +4,10 @@
 #include <iterator>
 #include <utility>
 
+#include "vexa/common/InterfaceBox.h"
+#include "vexa/common/Log.h"
+#include "vexa/io/Path.h"
+#include "vxdependency/generators/BindingMoves.h"
 #include "vxdependency/generators/ClosureWalk.h"
 #include "vxdependency/manager/DependencyManager.h"
 
@@ -32,6 +36,22 @@ bool CDependencySurf::RenameReference(const std::string& file, const std::string
                                       const std::string& newPath) {
     CDependencyXML::RenameReference(file, oldPath, newPath);
     return true;
+}
+
+bool CDependencySurf::Rename(const std::string& oldPath, const std::string& newPath, bool flag) {
+    CDependencyManager& manager = *CDependencyManager::GetSingletonPtr();
+    for (const std::string& reference : manager.GetDependency(newPath, false)) {
+        if (!NamesShader(reference)) continue;
+        const std::string name = vxio::GetFileName(reference);
+        const FileMove move{vxio::GetDirName(oldPath) + name, vxio::GetDirName(newPath) + name};
+        if (IsUnderWay(move.from)) continue;
+        if (!InterfaceBox::Instance().GetFileService().FileExists(move.from)) {
+            LogWarning("Copy hlsl file,hlsl file not found!:%s", move.from.c_str());
+        } else if (IsDue(move)) {
+            manager.RawRename(move.from, move.to);
+        }
+    }
+    return CDependencyXML::Rename(oldPath, newPath, flag);
 }
 
 }  // namespace vexa

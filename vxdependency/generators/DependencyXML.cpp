@@ -32,13 +32,6 @@ struct Level {
     std::size_t next = 0;
 };
 
-ReferencePlace PlaceOf(const XmlDoc& node, const std::string& attribute) {
-    std::string element;
-    node.GetName(element, kHere);
-    const std::size_t offset = node.GetAttributeOffset(kHere, attribute);
-    return {offset, node.LineOf(offset), element + " " + attribute};
-}
-
 }  // namespace
 
 CDependencyXML::CDependencyXML(std::string extension)
@@ -56,10 +49,7 @@ bool CDependencyXML::GenerateDependency(const std::string& file, List& dependenc
     std::string key;
     if (!KeyToRead(file, key)) return false;
     XmlDoc document;
-    if (!document.OpenFile(key)) {
-        WarnUnreadable(key, m_extension, "XML", document.GetError());
-        return false;
-    }
+    if (!Open(key, document)) return false;
     CollectCompanions(key, dependencies, secondList);
     WalkReferences(key, document,
                    [&](const std::string& from, const std::string& text, std::int32_t strategy,
@@ -73,6 +63,19 @@ bool CDependencyXML::GenerateDependency(const std::string& file, List& dependenc
     return true;
 }
 
+bool CDependencyXML::Open(const std::string& key, XmlDoc& document) const {
+    if (document.OpenFile(key)) return true;
+    WarnUnreadable(key, m_extension, "XML", document.GetError());
+    return false;
+}
+
+ReferencePlace CDependencyXML::PlaceOf(const XmlDoc& node, const std::string& attribute) {
+    std::string element;
+    node.GetName(element, kHere);
+    const std::size_t offset = node.GetAttributeOffset(kHere, attribute);
+    return {offset, node.LineOf(offset), element + " " + attribute};
+}
+
 void CDependencyXML::CollectCompanions(const std::string& key, List& dependencies,
                                        List& secondList) const {
     const Rules* const rules = FindRules(kCompanion);
@@ -80,17 +83,6 @@ void CDependencyXML::CollectCompanions(const std::string& key, List& dependencie
     for (const Rule& rule : *rules) {
         CollectCompanion(key, rule.attribute, rule.data.strategy, dependencies, secondList);
     }
-}
-
-bool CDependencyXML::RemoveReference(const std::string& file, const std::string& reference) {
-    LogNotRewritten(file, reference);
-    return false;
-}
-
-bool CDependencyXML::RenameReference(const std::string& file, const std::string& oldPath,
-                                     const std::string&) {
-    LogNotRewritten(file, oldPath);
-    return false;
 }
 
 const RuleData* CDependencyXML::FindRuleEntry(const std::string& file, const std::string& name) {

@@ -11,6 +11,9 @@
 
 namespace vexa {
 
+class ReferenceRewriter;
+struct ReferencePlace;
+
 // Serves the XML resource types that the configuration names. A rule says which attribute of which
 // elements holds a reference; elements are matched by their name, as NormaliseElementName leaves
 // it. Rules for the element "" tell of companion files instead (see
@@ -28,10 +31,23 @@ public:
     void AddRule(const std::string& pattern, std::string attribute, std::int32_t strategy);
 
     bool GenerateDependency(const std::string& file, List& dependencies, List& secondList) override;
-    // Both answer false, whatever happens.
+    // Both answer false, whatever happens. Renaming follows every rename under way besides the one
+    // that it is called for (see ReferenceRewriter); with an empty new path it removes.
     bool RemoveReference(const std::string& file, const std::string& reference) override;
     bool RenameReference(const std::string& file, const std::string& oldPath,
                          const std::string& newPath) override;
+    // To be called after the file was moved: moves the files bound to it and, into another folder,
+    // updates its own references. Answers true.
+    bool Rename(const std::string& oldPath, const std::string& newPath, bool flag) override;
+    // Copies them. Each that cannot be copied is logged; answers true.
+    bool MoveCompanionFiles(const std::string& oldPath, const std::string& newPath) override;
+    // Those bound implicitly; answers true.
+    bool MoveBindingFiles(const std::string& oldPath, const std::string& newPath,
+                          bool flag) override;
+    // To be called after the file was moved: lets its references name what they named before, by
+    // the names that these resources have now. A text that still does is left as it is. False when
+    // the file cannot be read.
+    bool UpdateSelfReferences(const std::string& oldPath, const std::string& newPath) override;
     // `file` is a path of element names joined with "/", of which the last one counts.
     const RuleData* FindRuleEntry(const std::string& file, const std::string& name) override;
     List GetImplicitBindingFiles(const std::string& file) override;
@@ -48,6 +64,7 @@ protected:
     // in the order of its rules, before those of the elements inside it.
     void WalkReferences(const std::string& file, const XmlDoc& document,
                         const ReferenceCallback& callback) const;
+    static ReferencePlace PlaceOf(const XmlDoc& node, const std::string& attribute);
 
 private:
     struct Rule {
@@ -56,6 +73,8 @@ private:
     };
     using Rules = std::vector<Rule>;
 
+    bool Open(const std::string& key, XmlDoc& document) const;
+    bool RewriteReferences(XmlDoc& document, const ReferenceRewriter& rewriter) const;
     const Rules* FindRules(const std::string& key) const;
     static void VisitElement(const std::string& file, const XmlDoc& element, const Rules& rules,
                              const ReferenceCallback& callback);

@@ -26,9 +26,4 @@ void WarnUnreadable(const std::string& key, const std::string& extension, const 
     }
 }
 
-void LogNotRewritten(const std::string& file, const std::string& reference) {
-    LogError("%s: references to %s cannot be rewritten: rewriting is not available in this version",
-             file.c_str(), reference.c_str());
-}
-
 }  // namespace vexa

@@ -14,7 +14,4 @@ bool KeyToRead(const std::string& file, std::string& key);
 void WarnUnreadable(const std::string& key, const std::string& extension, const char* language,
                     const std::string& reason);
 
-// References to a resource were to be rewritten, which this version does not do.
-void LogNotRewritten(const std::string& file, const std::string& reference);
-
 }  // namespace vexa
