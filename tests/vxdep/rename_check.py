@@ -207,7 +207,10 @@ class Judge:
             require(self._may_be_lost(*expected[edge]), f"lost edge: {edge}")
         losers = {key for key, _ in lost}
         awaiting = {self.moved(key) for key, texts in self.before.texts.items() if not all(texts.values())}
-        for key, entry in found - set(expected):
+        appearing = {(edge["file"], edge["resource"]) for edge in self.plan["appearing"]}
+        made = found - set(expected)
+        require(appearing == made, f"appearing as told alone: {appearing - made}, in fact: {made - appearing}")
+        for key, entry in made:
             require(key in losers or key in awaiting, f"new edge: {key, entry}")
 
     def _may_be_lost(self, key, entry):
@@ -248,10 +251,10 @@ class Session:
 
     def rename(self, old, new):
         """True when it was done. A refusal has a reason and changes nothing."""
-        arguments = ["rename", "--json", "--", str(self.root / "res" / old), str(self.root / "res" / new)]
-        told = self.answer(*arguments, "--dry-run", may_fail=True)
+        arguments = [str(self.root / "res" / old), str(self.root / "res" / new), "--json"]
+        told = self.answer("rename", "--dry-run", *arguments, may_fail=True)
         require(self.contents() == self.state.contents, "a dry run has changed something")
-        plan = self.answer(*arguments, may_fail=True)
+        plan = self.answer("rename", *arguments, may_fail=True)
         require(plan == told, "the rename is another than the dry run told")
         after = self.read()
         if plan["problems"]:
