@@ -18,12 +18,12 @@ def changed_values(family, old, new):
     (old_rest, old_values), (new_rest, new_values) = split(old), split(new)
     if old_rest != new_rest:
         raise Unreadable("more than values has changed")
-    lines = 1
+    lines = 1 if family else 0  # others are binary
     for rest, before, after in zip(old_rest, old_values, new_values):
-        lines += len(re.findall(r"\r\n|\r|\n", rest)) if isinstance(rest, str) else 0
+        lines += len(re.findall(r"\r\n|\r|\n", rest)) if family else 0
         if before != after:
             yield lines, _meant(family, before), _meant(family, after)
-        lines += before.count("\n")
+        lines += before.count("\n")  # in XML; JSON has none in strings
 
 
 def _split_xml(data):
