@@ -19,7 +19,7 @@ def elements(data):
     try:
         return _strict(data)
     except expat.ExpatError:
-        return _forgiving(_decode(data))
+        return _forgiving(decode(data))
 
 
 def _strict(data):
@@ -52,7 +52,7 @@ _BOMS = [  # UTF-32 before UTF-16, whose mark is the beginning of UTF-32's
 _LATIN = re.compile(rb"<\?xml[^>]*encoding\s*=\s*[\"'](iso-8859-1|latin1)[\"']", re.IGNORECASE)
 
 
-def _decode(data):
+def decode(data):
     for bom, encoding in _BOMS:
         if data.startswith(bom):
             return data[len(bom):].decode(encoding, "surrogateescape")
@@ -74,14 +74,21 @@ _TOKEN = re.compile(
 )
 
 
-def _forgiving(text):
-    found = []
-    open_names = []
+def _tokens(text):
+    """What begins with "<", one after the other."""
     at = text.find("<")
     while at >= 0:
         token = _TOKEN.match(text, at)
         if not token:
             raise Unreadable(f"not understood: {text[at:at + 40]!r}")
+        yield token
+        at = text.find("<", token.end())
+
+
+def _forgiving(text):
+    found = []
+    open_names = []
+    for token in _tokens(text):
         if token["opened"]:
             found.append((len(open_names), token["opened"], _attributes(token["attributes"])))
             if not token["empty"]:
@@ -89,16 +96,23 @@ def _forgiving(text):
         elif token["closed"]:
             if not open_names or open_names.pop() != token["closed"]:
                 raise Unreadable(f"</{token['closed']}> closes what it did not open")
-        at = text.find("<", token.end())
     if open_names or not found:
         raise Unreadable(f"not closed: {open_names[-1]}" if open_names else "no element")
     return found
 
 
+def value_spans(text):
+    """Where the attribute values stand, as written."""
+    for token in _tokens(text):
+        if token["opened"]:
+            for attribute in _ATTRIBUTE.finditer(text, *token.span("attributes")):
+                yield attribute.span(2 if attribute[2] is not None else 3)
+
+
 def _attributes(text):
     values = {}
     for name, double, single in _ATTRIBUTE.findall(text):
-        values.setdefault(name, _unescape(double or single))
+        values.setdefault(name, unescape(double or single))
     return values
 
 
@@ -106,7 +120,7 @@ _ENTITIES = {"amp": "&", "lt": "<", "gt": ">", "quot": '"', "apos": "'"}
 _REFERENCE = re.compile(r"&(?:#(\d+)|#x([0-9A-Fa-f]+)|(amp|lt|gt|quot|apos));")
 
 
-def _unescape(value):
+def unescape(value):
     def character(reference):
         decimal, hexadecimal, name = reference.groups()
         if name:

@@ -40,7 +40,7 @@ class Project:
 
     def forward(self):
         graph = {}
-        for key in self._sources():
+        for key in self.sources():
             entries = {_stored(entry) for entry in self.entries(key)} - {""}
             entries = sorted((entry for entry in entries if "#" not in entry), key=os.fsencode)
             if entries:
@@ -49,14 +49,14 @@ class Project:
 
     def missing(self):
         found = []
-        for key in self._sources():
+        for key in self.sources():
             own = self.references(key)
             resolved = {reference.text for reference in own if reference.resolves}
             found += [(key, text) for text in {reference.text for reference in own} - resolved
                       if is_a_path(text)]
         return [{"file": key, "text": text} for key, text in sorted(found)]
 
-    def _sources(self):
+    def sources(self):
         return (key for key in self.tree.files() if "#" not in key and self.tree.has(key))
 
     def entries(self, key):
@@ -83,14 +83,19 @@ class Project:
         except Unreadable:
             return []
 
-    def _reader_of(self, key):
+    def family_of(self, key):
+        """The module that reads the file by rules; None for a file of another format."""
         extension = extension_of(key)
-        readers = [functools.partial(self._ruled, module.texts, generators[extension])
-                   for module, generators in self.families
-                   if extension in generators and self._suits(key, module)]
-        if extension in _OTHERS:
-            readers.append(functools.partial(_OTHERS[extension], self))
-        return readers[0] if readers else None
+        return next((module for module, generators in self.families
+                     if extension in generators and self._suits(key, module)), None)
+
+    def _reader_of(self, key):
+        family = self.family_of(key)
+        if family:
+            return functools.partial(self._ruled, family.texts,
+                                     dict(self.families)[family][extension_of(key)])
+        other = _OTHERS.get(extension_of(key))
+        return other and functools.partial(other, self)
 
     def _suits(self, key, module):
         """Both families may have rules for these two: it depends on the file."""

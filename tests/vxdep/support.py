@@ -71,10 +71,10 @@ class ProjectCase(unittest.TestCase):
         return [VXDEP, *arguments]
 
     def run_vxdep(self, *arguments, cwd=None, **options):
-        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": 120, **options}
+        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": 120,
+                   "preexec_fn": ordinary_signals, **options}
         return Result(subprocess.run(
-            self.command(*arguments), cwd=cwd or self.root, stdin=subprocess.DEVNULL,
-            preexec_fn=ordinary_signals, **options))
+            self.command(*arguments), cwd=cwd or self.root, stdin=subprocess.DEVNULL, **options))
 
     def succeed(self, *arguments, **options):
         result = self.run_vxdep(*arguments, **options)

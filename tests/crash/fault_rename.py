@@ -1,0 +1,166 @@
+"""Fails, or kills the process at, every single call by which a rename opens or changes files, one
+after the other: afterwards the tree and the store must be the old or the new ones, complete.
+
+usage: fault_rename.py VXDEP SHIM BUILTIN [SCENARIO...]
+
+VX_TEST_SCALE above 1: each call fails with each error, not with one of them.
+"""
+
+import errno
+import itertools
+import json
+import multiprocessing
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+
+sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "vxdep"))
+
+from rename_check import Contents, Fault, require  # noqa: E402
+
+KILL = 0
+ERRORS = [errno.ENOSPC, errno.EIO, errno.EACCES]
+TREE = {
+    "textures/wood.png": "wood", "textures/wood.png.vxmeta": "meta",
+    "models/box/box.obj": "box", "models/box/box.surf":
+        "<Surface>\n  <Texture0 file='../../textures/wood.png'/><Shader file='box.hlsl'/>\n</Surface>\n",
+    "models/box/box_thumb.png": "thumb", "models/box/box.hlsl": "// lit\n",
+    "models/crate.gltf": '{"images": [{"uri": "..\\/textures/wood.png"}]}',
+    "scenes/yard.scn": '<Scene>\n<Sky texture="/textures/wood.png"/>\n'
+                       '<Item_1 model="../models/box/box.obj" surface="/models/box/box.surf"/></Scene>\n',
+    "scenes/all.scn": '<Scene><Include file="yard.scn"/></Scene>',
+}
+# What is done before, what is done, and what takes it back.
+SCENARIOS = {
+    "file": ([], ["rename", "textures/wood.png", "textures/old/oak.png"], ["undo"]),
+    "folder": ([], ["rename", "models", "scenes/things"], ["undo"]),
+    "surface": ([], ["rename", "models/box/box.surf", "models/case.surf"], ["undo"]),
+    "undo": ([["rename", "models", "things"]], ["undo"], ["rename", "models", "things"]),
+    "rm": ([], ["rm", "--force", "textures/wood.png"], None),
+}
+
+
+class Trial:
+    def __init__(self, program, shim, builtin, scenario, root):
+        before, self.command, self.back = SCENARIOS[scenario]
+        self.program, self.shim, self.root, self.kept = program, shim, root, root.with_suffix(".kept")
+        self.contents = Contents(str(root / "res"))
+        shutil.copytree(builtin, root / "builtin")
+        for key, text in TREE.items():
+            (root / "res" / key).parent.mkdir(parents=True, exist_ok=True)
+            (root / "res" / key).write_text(text, encoding="utf-8")
+        (root / "res/textures/old").mkdir()
+        for command in [["scan"], *before, ["scan"]]:
+            self.succeed(*command)
+        shutil.copytree(root, self.kept)
+        old = self.contents()
+        self.succeed(*self.command)
+        self.states = [(state, self.fresh_graph()) for state in (self.contents(),)]
+        self.restore()
+        require(self.contents() == old, "the tree is not as it was kept")
+        self.states.insert(0, (old, self.fresh_graph()))
+        require(self.states[0] != self.states[1], "nothing was done")
+
+    def run(self, *arguments, **variables):
+        return subprocess.run([self.program, "-C", str(self.root), *arguments], capture_output=True,
+                              env={**os.environ, **variables}, check=False, timeout=120)
+
+    def succeed(self, *arguments):
+        run = self.run(*arguments)
+        require(run.returncode == 0, f"{arguments}: exit status {run.returncode}, {run.stderr.decode()}")
+        return run
+
+    def graph(self):
+        return json.loads(self.succeed("export").stdout)
+
+    def fresh_graph(self):
+        shutil.rmtree(self.root / "temp")
+        self.succeed("scan")
+        return self.graph()
+
+    def restore(self):
+        for folder in ("res", "temp"):
+            shutil.rmtree(self.root / folder)
+            shutil.copytree(self.kept / folder, self.root / folder)
+
+    def strike(self, number, error):
+        """The call that was struck, None when there are not so many."""
+        self.restore()
+        mark = self.root / "mark"
+        mark.unlink(missing_ok=True)
+        run = self.run(*self.command, LD_PRELOAD=self.shim, VX_FAULT_AT=str(number),
+                       VX_FAULT=str(error), VX_FAULT_MARK=str(mark))
+        if not mark.exists():
+            require(run.returncode == 0, f"not struck, and exit status {run.returncode}")
+            return None
+        name = mark.read_text(encoding="utf-8")
+        try:
+            self.judge(run, error)
+        except Fault as fault:
+            raise Fault(f"{' '.join(self.command)}: {name}, call {number}, "
+                        f"{errno.errorcode.get(error, 'killed')}: {fault}\n"
+                        f"exit status {run.returncode}, {run.stderr.decode()}") from fault
+        return name
+
+    def judge(self, run, error):
+        if error == KILL:
+            require(run.returncode == -signal.SIGKILL, "not killed")
+        else:
+            require(run.returncode in (0, 1), "no proper end")
+            require(self.which() == 1 - run.returncode, "the tree is not what the exit status says")
+        self.succeed("scan")
+        state = self.which()
+        require(self.graph() == self.states[state][1], "the store is not that of the tree")
+        self.go_on(state)
+
+    def which(self):
+        """0 for the old tree, 1 for the new one."""
+        found = self.contents()
+        trees = [tree for tree, _ in self.states]
+        if found not in trees:
+            differs = [sorted({key for key, _ in found.items() ^ tree.items()}) for tree in trees]
+            raise Fault(f"neither the old tree nor the new one: {differs}")
+        return trees.index(found)
+
+    def go_on(self, state):
+        """What was left can be done, what was done can be taken back."""
+        next_step = self.back if state else self.command
+        if next_step:
+            self.succeed(*next_step)
+            require(self.which() != state, f"{next_step} does not bring the other state")
+
+
+def strike_all(task):
+    *programs, scenario, errors, place = task
+    trial = Trial(*programs, scenario, pathlib.Path(place, f"{scenario}-{errors[0]}"))
+    names = []
+    try:
+        for number in itertools.count(1):
+            struck = [trial.strike(number, errors[(number + turn) % len(errors)])
+                      for turn in range(len(errors) if os.environ.get("VX_TEST_SCALE", "1") != "1" else 1)]
+            if None in struck:
+                break
+            names += struck
+    except Fault as fault:
+        return str(fault)
+    require(len(names) > 50 and "pwrite" in names, f"too few calls were met: {names}")
+    print(f"{scenario}: {'killed' if errors == [KILL] else 'failed'} at {len(names)} calls", flush=True)
+    return None
+
+
+def main():
+    program, shim, builtin = (os.path.abspath(path) for path in sys.argv[1:4])
+    scenarios = sys.argv[4:] or SCENARIOS
+    with tempfile.TemporaryDirectory() as place, multiprocessing.Pool() as pool:
+        tasks = [(program, shim, builtin, scenario, errors, place)
+                 for scenario in scenarios for errors in (ERRORS, [KILL])]
+        failures = list(filter(None, pool.imap(strike_all, tasks)))
+    sys.exit("\n".join(failures) or None)
+
+
+if __name__ == "__main__":
+    main()
