@@ -80,13 +80,15 @@ void Project::Open() const {
 }
 
 void Project::LoadGenerators() const {
+    const fs::path package = vexa::vxio::PackageManager::Instance().GetPackagePath("builtin");
+    const std::string where = (package / kConfiguration).string();
+    std::string defect;
     try {
-        Manager().GetDependencyGenerator("");
+        defect = Manager().GetConfigurationError();
     } catch (const std::exception& error) {
-        const fs::path package = vexa::vxio::PackageManager::Instance().GetPackagePath("builtin");
-        throw Failure("the configuration in " + (package / kConfiguration).string() +
-                      " is wrong: " + error.what());
+        defect = error.what();
     }
+    if (!defect.empty()) throw Failure("the configuration in " + where + " is wrong: " + defect);
 }
 
 void Project::WarnIfNeverScanned() {

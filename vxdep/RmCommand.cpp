@@ -52,11 +52,12 @@ std::set<std::string> UsersOf(const std::string& key) {
 
 // Links go themselves, not what they lead to.
 void RemoveFromDisk(const fs::path& path) {
-    std::error_code error;
-    fs::remove_all(path, error);
-    if (error) throw Failure(path.string() + ": cannot be removed: " + error.message());
-    fs::remove(path.string() + ".vxmeta", error);
-    if (error) throw Failure(path.string() + ".vxmeta: cannot be removed: " + error.message());
+    // In this order, so that what was cut short can be said again.
+    for (const fs::path& entry : {fs::path(path.string() + ".vxmeta"), path}) {
+        std::error_code error;
+        fs::remove_all(entry, error);
+        if (error) throw Failure(entry.string() + ": cannot be removed: " + error.message());
+    }
 }
 
 void Refuse(const std::string& key, const std::set<std::string>& users) {

@@ -40,7 +40,7 @@ SCENARIOS = {
     "folder": ([], ["rename", "models", "scenes/things"], ["undo"]),
     "surface": ([], ["rename", "models/box/box.surf", "models/case.surf"], ["undo"]),
     "undo": ([["rename", "models", "things"]], ["undo"], ["rename", "models", "things"]),
-    "rm": ([], ["rm", "--force", "textures/wood.png"], None),
+    "rm": ([], ["rm", "--force", "models/box/box.obj"], None),
 }
 
 

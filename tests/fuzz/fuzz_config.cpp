@@ -16,7 +16,7 @@ namespace {
 
 using vexa::fuzz::Require;
 
-bool Loads(void (*load)(const std::string&)) {
+bool Loads(std::string (*load)(const std::string&)) {
     try {
         load("config.json");
         return true;

@@ -23,6 +23,7 @@ namespace fs = std::filesystem;
 constexpr std::size_t kFewFiles = 8;
 
 constexpr const char* kList = "/changes";
+constexpr const char* kTrash = "/trash";
 
 std::string ErrnoText() {
     return std::generic_category().message(errno);
@@ -38,6 +39,12 @@ bool MakeFolders(const std::string& path) {
 void RemoveTree(const std::string& path) {
     std::error_code ignored;  // what stays is removed before the next plan, or is told then
     fs::remove_all(path, ignored);
+}
+
+// Removes a folder of changes such that a crash leaves none in part: it first loses its name.
+void ThrowAway(const std::string& folder, const std::string& trash) {
+    RemoveTree(trash);
+    if (MoveFileA(folder.c_str(), trash.c_str())) RemoveTree(trash);
 }
 
 // A folder's number in the history; 0 for another one.
@@ -100,6 +107,7 @@ bool ChangeJournal::Begin(std::chrono::milliseconds patience) {
     if (WasInterrupted())
         return Fail(m_directory + ": an interrupted rename is to be mended first");
     RemoveTree(PathOf(Folder::Plan));
+    RemoveTree(m_directory + kTrash);
     m_changes = {};
     if (MakeFolders(StagingFolder()) && MakeFolders(PathOf(Folder::Plan) + "/old")) return true;
     return Fail(PathOf(Folder::Plan) + ": cannot be made: " + ErrnoText());
@@ -186,6 +194,8 @@ bool ChangeJournal::RollBackPending() {
     const std::string pending = PathOf(Folder::Pending);
     m_applied = false;
     RollBackReport report = RollBackChanges(m_changes, pending);
+    // What failed may have been in use for a moment.
+    if (!report.failures.empty()) report = RollBackChanges(m_changes, pending);
     m_conflicts = std::move(report.conflicts);
     if (!report.failures.empty()) return Fail(report.failures.front());
     return (SyncTouched(FoldersOf(m_changes, false)) || Fail(pending + ": " + ErrnoText())) &&
@@ -208,13 +218,13 @@ bool ChangeJournal::Finish() {
     if (m_applied) {
         if (!leave(Folder::Applied, number)) return false;
         for (std::size_t i = 0; i + kHistory <= history.size(); ++i)
-            RemoveTree(m_directory + "/" + history[i]);
+            ThrowAway(m_directory + "/" + history[i], m_directory + kTrash);
     } else if (!m_conflicts.empty()) {
         // What could not be put back is kept for a person.
         RemoveTree(m_directory + "/unfinished");
         return leave(Folder::Undone, "unfinished");
     } else {
-        RemoveTree(PathOf(Folder::Undone));
+        ThrowAway(PathOf(Folder::Undone), m_directory + kTrash);
     }
     return true;
 }

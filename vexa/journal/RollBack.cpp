@@ -4,6 +4,7 @@
 #include <ranges>
 #include <set>
 #include <system_error>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "vexa/io/Path.h"
@@ -30,9 +31,19 @@ bool IsNewContents(const std::string& path, const FileEdit& edit) {
     return contents.bytes && HashOfBytes({contents.bytes.get(), contents.size}) == edit.hash;
 }
 
-// Names alone do not tell whether a move was made: in a chain of moves the same ones come again.
-void TakeBackMove(const PathMove& move, RollBackReport& report) {
-    if (os::IdentityOf(move.to).number != move.number) return;
+using EditsByNumber = std::unordered_map<std::uint64_t, const FileEdit*>;
+
+// Names alone do not tell whether a move was made: in a chain of moves the same ones come again. A
+// file that was edited first was moved under the number of its new contents.
+bool WasMade(const PathMove& move, const EditsByNumber& edits) {
+    const std::uint64_t number = os::IdentityOf(move.to).number;
+    const auto edit = edits.find(move.number);
+    return number != 0 && (number == move.number ||
+                           (edit != edits.end() && IsNewContents(move.to, *edit->second)));
+}
+
+void TakeBackMove(const PathMove& move, const EditsByNumber& edits, RollBackReport& report) {
+    if (!WasMade(move, edits)) return;
     if (os::EntryExists(move.from)) {
         report.conflicts.push_back(move.from + ": is in the way of what comes back");
     } else if (!MoveFileA(move.to.c_str(), move.from.c_str())) {
@@ -69,7 +80,10 @@ void TakeBackEdit(const FileEdit& edit, const std::string& folder, RollBackRepor
 
 RollBackReport RollBackChanges(const ChangeSet& changes, const std::string& folder) {
     RollBackReport report;
-    for (const PathMove& move : changes.moves | std::views::reverse) TakeBackMove(move, report);
+    EditsByNumber edits;
+    for (const FileEdit& edit : changes.edits) edits[edit.before.number] = &edit;
+    for (const PathMove& move : changes.moves | std::views::reverse)
+        TakeBackMove(move, edits, report);
     for (const FileEdit& edit : changes.edits | std::views::reverse)
         TakeBackEdit(edit, folder, report);
     return report;
@@ -84,6 +98,10 @@ Lines FindConflicts(const ChangeSet& changes) {
         } else if (!IsNewContents(now, edit)) {
             conflicts.push_back(now + ": has changed since");
         }
+    }
+    for (const std::string& folder : FoldersOf(changes, true)) {
+        if (!os::CanChangeFolder(folder) && errno != ENOENT && errno != ENOTDIR)
+            conflicts.push_back(folder + ": cannot be changed: " + Reason());
     }
     std::unordered_set<std::string> ends;
     for (std::size_t i = 0; i < changes.moves.size(); ++i)

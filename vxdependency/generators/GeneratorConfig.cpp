@@ -114,22 +114,22 @@ void ReadIgnored(const ujson::value& list, CDependencyJSON& generator) {
     }
 }
 
-// False when there is nothing to load. A file that is there and cannot be used is an error that
-// its author must hear of; one that is not there is a package without generators.
-bool LoadDocument(const std::string& path, vxio::JsonData& document) {
-    if (document.Load(path) != -1) {
-        if (document.GetRoot()->is_object()) return true;
-        LogError("%s: not an object with one member per extension", path.c_str());
-    } else if (InterfaceBox::Instance().GetFileService().GetState(path).exists) {
-        LogError("%s: %s", path.c_str(), document.GetError().c_str());
+// Why a file cannot be used; "" also for one that is not there: that
+// is a package without generators.
+std::string LoadDocument(const std::string& path, vxio::JsonData& document) {
+    if (document.Load(path) == -1) {
+        const bool exists = InterfaceBox::Instance().GetFileService().GetState(path).exists;
+        return exists ? path + ": " + document.GetError() : "";
     }
-    return false;
+    if (document.GetRoot()->is_object()) return "";
+    return path + ": not an object with one member per extension";
 }
 
 template <class Create>
-void LoadGenerators(const std::string& path, const Create& create) {
+std::string LoadGenerators(const std::string& path, const Create& create) {
     vxio::JsonData document;
-    if (!LoadDocument(path, document)) return;
+    std::string error = LoadDocument(path, document);
+    if (!error.empty() || !document.GetRoot()) return error;
     for (auto& [extension, rules] : document.GetRoot()->to_object()) {
         if (extension.empty()) continue;
         auto* const generator = create(extension);
@@ -141,6 +141,7 @@ void LoadGenerators(const std::string& path, const Create& create) {
             return true;
         });
     }
+    return "";
 }
 
 }  // namespace
@@ -153,12 +154,12 @@ void NormaliseElementName(std::string& name) {
     name.replace(length, std::string::npos, 1, '*');
 }
 
-void LoadXmlGenerators(const std::string& path) {
-    LoadGenerators(path, CreateXmlGenerator);
+std::string LoadXmlGenerators(const std::string& path) {
+    return LoadGenerators(path, CreateXmlGenerator);
 }
 
-void LoadJsonGenerators(const std::string& path) {
-    LoadGenerators(path, CreateJsonGenerator);
+std::string LoadJsonGenerators(const std::string& path) {
+    return LoadGenerators(path, CreateJsonGenerator);
 }
 
 }  // namespace vexa

@@ -36,15 +36,17 @@ std::string Configuration::FirstMissing() const {
     return "";
 }
 
-void Configuration::CreateGenerators() const {
-    LoadXmlGenerators(xmlPath);
-    LoadJsonGenerators(jsonPath);
+std::string Configuration::CreateGenerators() const {
+    std::string error = LoadXmlGenerators(xmlPath);
+    const std::string jsonError = LoadJsonGenerators(jsonPath);
+    if (error.empty()) error = jsonError;
     // The manager owns generators from their construction on.
     for (const char* extension : {"vs", "ps", "hlsl"}) MakeGenerator<CDependencyShader>(extension);
     for (const char* extension : {"nfx", "spx"}) MakeGenerator<CDependencyNfx>(extension);
     MakeGenerator<CDependencySpr>("spr");
     MakeGenerator<CDependencyChunk>("chunk");
     MakeGenerator<CDependencyRawAnimation>("rawanimation");
+    return error;
 }
 
 std::optional<std::string> Configuration::Fingerprint() const {

@@ -16,9 +16,10 @@ struct Configuration {
     // The first of the two that does not exist; "" when both do.
     std::string FirstMissing() const;
 
-    // Creates the generators that the files describe, then those that need no description.
+    // Creates the generators that the files describe, then those that need no description. Returns
+    // what is wrong with a file that cannot be used, "" when nothing is.
     // std::out_of_range ("invalid vector subscript") when an element of a rule list is too short.
-    void CreateGenerators() const;
+    std::string CreateGenerators() const;
 
     // A text that changes whenever the same resource file may be read differently: when the
     // content of a file changes, or our way of reading. Nothing when a file cannot be parsed.

@@ -22,8 +22,16 @@ namespace {
 // The manager that GetSingletonPtr made, or null before and after its life.
 std::atomic<CDependencyManager*> g_singleton{nullptr};
 
+// What is wrong with the configuration, once it has been loaded. Never destroyed, as the registry.
+std::string& ConfigurationError() {
+    static auto* const error = new std::string();
+    return *error;
+}
+
 void CreateGenerators() {
-    Configuration::Locate().CreateGenerators();
+    // Should it throw, this is what stays.
+    ConfigurationError() = "a rule of the configuration is not complete";
+    ConfigurationError() = Configuration::Locate().CreateGenerators();
 }
 
 // The extension by which a path's generator is filed; sees to it that there are some. The last dot
@@ -133,6 +141,11 @@ bool CDependencyManager::HasDependencyGenerator(const std::string& path) {
         if (!families.json == !families.xml) return families.xml != nullptr;
     }
     return GetDependencyGenerator(path) != nullptr;
+}
+
+std::string CDependencyManager::GetConfigurationError() {
+    GeneratorRegistry::Instance().EnsureCreated(CreateGenerators);
+    return ConfigurationError();
 }
 
 void CDependencyManager::GetRegisterExtList(List& out) {

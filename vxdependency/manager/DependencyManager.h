@@ -98,6 +98,10 @@ public:
     CDependencyBase* GetDependencyGenerator(const std::string& path);
     // Whether GetDependencyGenerator answers with one; reads a file only where that decides.
     bool HasDependencyGenerator(const std::string& path);
+    // What is wrong with a configuration file that is there and cannot be used, so that files of its
+    // types are not read; "" when nothing is. Loads the configuration; throws as above. No rename is
+    // made over it: references would be lost.
+    std::string GetConfigurationError();
     // Appends the extension of every generator, once per generator.
     void GetRegisterExtList(List& out);
 

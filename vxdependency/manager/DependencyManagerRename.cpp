@@ -46,6 +46,15 @@ std::string KeyOrPath(const std::string& path) {
     return Files().MakeRelative(path, key) && !key.empty() ? key : path;
 }
 
+// Without its generators a rename would lose references.
+std::string ConfigurationDefect(CDependencyManager& manager) {
+    try {
+        return manager.GetConfigurationError();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+}
+
 void LogPlan(const RenamePlan& plan) {
     for (const std::string& problem : plan.problems) LogError("%s", problem.c_str());
     for (const RenamePlan::Loss& loss : plan.notRewritten) {
@@ -60,9 +69,10 @@ void LogPlan(const RenamePlan& plan) {
 bool CDependencyManager::StartRename(RenameOperation& operation, const std::string& oldKey,
                                      const std::string& newKey) {
     RecoverRename();
-    if (operation.Begin()) return true;
-    LogError("%s cannot be renamed to %s: %s", oldKey.c_str(), newKey.c_str(),
-             operation.GetError().c_str());
+    std::string error = ConfigurationDefect(*this);
+    if (error.empty() && operation.Begin()) return true;
+    if (error.empty()) error = operation.GetError();
+    LogError("%s cannot be renamed to %s: %s", oldKey.c_str(), newKey.c_str(), error.c_str());
     return false;
 }
 
@@ -175,6 +185,8 @@ bool CDependencyManager::MoveResource(const std::string& source, const std::stri
     const std::lock_guard lock(ManagerMutex());
     m_renames.Clear();
     RecoverRename();
+    std::string defect = ConfigurationDefect(*this);
+    if (!defect.empty()) return refuse(std::move(defect));
     RenameOperation operation(*this, m_renames, m_rewritten, Journal());
     if (!operation.Begin()) return refuse(operation.GetError());
     if (const std::uint32_t error = operation.Move(oldKey, newKey))
