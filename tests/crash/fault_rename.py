@@ -20,7 +20,7 @@ import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "vxdep"))
 
-from rename_check import Contents, Fault, require  # noqa: E402
+from rename_check import Contents, Fault, in_memory, require  # noqa: E402
 
 KILL = 0
 ERRORS = [errno.ENOSPC, errno.EIO, errno.EACCES]
@@ -155,6 +155,7 @@ def strike_all(task):
 def main():
     program, shim, builtin = (os.path.abspath(path) for path in sys.argv[1:4])
     scenarios = sys.argv[4:] or SCENARIOS
+    in_memory()
     with tempfile.TemporaryDirectory() as place, multiprocessing.Pool() as pool:
         tasks = [(program, shim, builtin, scenario, errors, place)
                  for scenario in scenarios for errors in (ERRORS, [KILL])]
