@@ -22,6 +22,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "vxdep"))
 
 from rename_check import Contents, Fault, in_memory, require  # noqa: E402
 
+SCALE = int(os.environ.get("VX_TEST_SCALE", "1"))
 KILL = 0
 ERRORS = [errno.ENOSPC, errno.EIO, errno.EACCES]
 TREE = {
@@ -135,21 +136,24 @@ class Trial:
 
 
 def strike_all(task):
+    """What was not as it ought to be."""
     *programs, scenario, errors, place = task
     trial = Trial(*programs, scenario, pathlib.Path(place, f"{scenario}-{errors[0]}"))
-    names = []
-    try:
-        for number in itertools.count(1):
-            struck = [trial.strike(number, errors[(number + turn) % len(errors)])
-                      for turn in range(len(errors) if os.environ.get("VX_TEST_SCALE", "1") != "1" else 1)]
-            if None in struck:
-                break
-            names += struck
-    except Fault as fault:
-        return str(fault)
-    require(len(names) > 50 and "pwrite" in names, f"too few calls were met: {names}")
-    print(f"{scenario}: {'killed' if errors == [KILL] else 'failed'} at {len(names)} calls", flush=True)
-    return None
+    turns = len(errors) if SCALE > 1 else 1
+    names, faults = [], []
+    for number in itertools.count(1):
+        for turn in range(turns):
+            try:
+                names.append(trial.strike(number, errors[(number + turn) % len(errors)]))
+            except Fault as fault:
+                faults.append(str(fault))
+        if None in names[-turns:]:
+            break
+    if len(names) < 50 or "pwrite" not in names:
+        faults.append(f"{scenario}: too few calls were met: {names}")
+    how = "killed" if errors == [KILL] else "failed"
+    print(f"{scenario}: {how} at {len(names) - 1} calls, {len(faults)} faults", flush=True)
+    return faults
 
 
 def main():
@@ -159,8 +163,8 @@ def main():
     with tempfile.TemporaryDirectory() as place, multiprocessing.Pool() as pool:
         tasks = [(program, shim, builtin, scenario, errors, place)
                  for scenario in scenarios for errors in (ERRORS, [KILL])]
-        failures = list(filter(None, pool.imap(strike_all, tasks)))
-    sys.exit("\n".join(failures) or None)
+        faults = list(itertools.chain(*pool.imap(strike_all, tasks)))
+    sys.exit("\n".join(faults) or None)
 
 
 if __name__ == "__main__":
