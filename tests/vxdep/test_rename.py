@@ -8,7 +8,7 @@ import subprocess
 import unittest
 from xml.etree import ElementTree
 
-from rename_check import Contents
+from rename_check import Contents, in_memory
 from support import ProjectCase, ordinary_signals, scene
 
 XML_RULES = """{"scene": {"name_list": [
@@ -285,4 +285,5 @@ class Remove(Renaming):
 
 
 if __name__ == "__main__":
+    in_memory()
     unittest.main()

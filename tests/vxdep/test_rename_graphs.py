@@ -11,15 +11,13 @@ import posixpath
 import random
 import re
 import subprocess
-import tempfile
 import unittest
 from typing import NamedTuple
 
+from rename_check import in_memory
 from support import ProjectCase
 
 SCALE = int(os.environ.get("VX_TEST_SCALE", "1"))
-if os.access("/dev/shm", os.W_OK):
-    tempfile.tempdir = "/dev/shm"  # thousands of renames, each with its syncs, are not about disks
 
 # The strategy of each form, and what a text of it looks like for a path (relative, from the root).
 FORMS = {
@@ -206,4 +204,5 @@ class Graphs(ProjectCase):
 
 
 if __name__ == "__main__":
+    in_memory()
     unittest.main()

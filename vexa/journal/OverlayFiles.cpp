@@ -52,13 +52,13 @@ FilePtr OverlayFiles::ReadFile(const std::string& path) {
     {
         const std::shared_lock lock(m_guard);
         const auto edit = m_edits.find(place);
-        if (edit != m_edits.end()) {
-            return Below().ReadFile(m_staging + "/" + edit->second.staged);
-        }
+        if (edit != m_edits.end()) place = m_staging + "/" + edit->second.staged;
     }
     const os::FileIdentity identity = os::IdentityOf(place);
     FilePtr file = Below().ReadFile(place);
+    const bool failed = !file && identity.number != 0 && !Below().GetState(place).directory;
     const std::unique_lock lock(m_guard);
+    if (failed) m_failures.insert(path + ": cannot be read");
     m_read.emplace(place, identity);
     return file;
 }
@@ -87,7 +87,7 @@ bool OverlayFiles::FindPlace(const std::string& path, std::string& place) {
 bool OverlayFiles::FailSaving(const std::string& path, std::string& error) {
     error = path + ": cannot be saved: " + std::generic_category().message(errno);
     const std::unique_lock lock(m_guard);
-    m_failures.push_back(error);
+    m_failures.insert(error);
     return false;
 }
 

@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <shared_mutex>
 #include <string>
 #include <unordered_map>
@@ -35,8 +36,8 @@ public:
     // What tells the contents of a file as ReadFile has given them last, or would give them now.
     os::FileIdentity IdentityOfContents(const std::string& path) const;
 
-    // Why files could not be saved, a line for each.
-    const std::vector<std::string>& GetFailures() const { return m_failures; }
+    // Why files that are there could not be read or saved, a line for each.
+    const std::set<std::string>& GetFailures() const { return m_failures; }
 
     // What was collected, with the edits in the order of their targets.
     ChangeSet TakeChanges();
@@ -61,7 +62,7 @@ private:
     mutable std::shared_mutex m_guard;        // what follows
     std::map<std::string, FileEdit> m_edits;  // by target
     std::size_t m_staged = 0;
-    std::vector<std::string> m_failures;
+    std::set<std::string> m_failures;
     std::unordered_map<std::string, os::FileIdentity> m_read;  // files, as they were then
 };
 

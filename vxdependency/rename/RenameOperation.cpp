@@ -122,9 +122,17 @@ void RenameOperation::FollowFolder(const std::string& oldKey, const std::string&
         const std::string name = file.substr(folder);
         Follow(oldFolder + name, newKey + "/" + name, false);
     }
-    // What is known of the folder and did not come along has vanished.
+    // What is known of the folder and did not come along has vanished, unless a folder could not
+    // be read.
     Store().ForEachFile(oldFolder, [&](std::string_view file, const auto&) {
-        if (!m_renames.NewNameOf(std::string(file))) m_vanished.emplace_back(file);
+        const std::string old(file);
+        if (m_renames.NewNameOf(old)) return true;
+        const std::string name = newKey + "/" + old.substr(oldFolder.size());
+        if (m_overlay->GetState(name).exists) {
+            Follow(old, name, false);
+        } else {
+            m_vanished.push_back(old);
+        }
         return true;
     });
 }
