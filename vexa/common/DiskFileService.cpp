@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "vexa/common/KnownFiles.h"
+#include "vexa/common/ReadFailures.h"
 #include "vexa/io/PathText.h"
 #include "vexa/os/AtomicFile.h"
 #include "vexa/os/FileAccess.h"
@@ -52,6 +53,7 @@ FilePtr DiskFileService::ReadFile(const std::string& path) {
     std::string place;
     if (!FindPlace(path, place)) return nullptr;
     os::FileContents contents = os::ReadWholeFile(place);
+    if (!contents.bytes) NoteReadFailure();
     return FilePtr(contents.bytes ? new FileInMemory(std::move(contents)) : nullptr);
 }
 

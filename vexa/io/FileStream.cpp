@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "vexa/common/InterfaceBox.h"
+#include "vexa/common/ReadFailures.h"
 
 namespace vexa::vxio {
 
@@ -85,6 +86,7 @@ bool FileStream::Close() {
 
 // Gives up with errno as the reason.
 bool FileStream::FailReading(const char* what) {
+    if (errno != 0) NoteReadFailure();
     const std::string reason =
         errno == 0 ? "it ends too early" : std::generic_category().message(errno);
     m_error = m_path + ": " + what + ": " + reason;

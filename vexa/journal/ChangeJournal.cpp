@@ -117,8 +117,11 @@ bool ChangeJournal::Begin(std::chrono::milliseconds patience) {
 bool ChangeJournal::Enter(const std::string& from, Folder to) {
     errno = 0;
     const std::string target = PathOf(to);
-    if (MoveFileA(from.c_str(), target.c_str()) && os::SyncFolder(m_directory)) return true;
-    return Fail(fmt::format("{}: cannot be renamed to {}: {}", from, target, ErrnoText()));
+    const bool renamed = MoveFileA(from.c_str(), target.c_str());
+    if (renamed && os::SyncFolder(m_directory)) return true;
+    Fail(fmt::format("{}: cannot be renamed to {}: {}", from, target, ErrnoText()));
+    if (renamed) MoveFileA(target.c_str(), from.c_str());
+    return false;
 }
 
 // Gives the old contents their second names, and gets everything that is needed onto the disk.

@@ -1,6 +1,8 @@
 #include "vexa/journal/RollBack.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <ranges>
 #include <set>
 #include <system_error>
@@ -21,14 +23,27 @@ std::string Reason() {
     return std::generic_category().message(errno);
 }
 
+enum class Contents { New, Other, Unreadable };
+
 // Whether the contents at `path` are those that the edit put there, under whatever number: version
 // control may have written them again.
-bool IsNewContents(const std::string& path, const FileEdit& edit) {
+Contents ContentsAt(const std::string& path, const FileEdit& edit) {
     const os::FileIdentity identity = os::IdentityOf(path);
-    if (identity == edit.after) return true;
-    if (identity.size != edit.after.size) return false;
+    if (identity == edit.after) return Contents::New;
+    if (identity.size != edit.after.size) return Contents::Other;
     const os::FileContents contents = os::ReadWholeFile(path);
-    return contents.bytes && HashOfBytes({contents.bytes.get(), contents.size}) == edit.hash;
+    if (!contents.bytes) return Contents::Unreadable;
+    const bool same = HashOfBytes({contents.bytes.get(), contents.size}) == edit.hash;
+    return same ? Contents::New : Contents::Other;
+}
+
+// Adds a line when they are not; true when they are.
+bool RequireNewContents(const std::string& path, const FileEdit& edit, RollBackReport& report) {
+    const Contents contents = ContentsAt(path, edit);
+    if (contents == Contents::Other) report.conflicts.push_back(path + ": has changed since");
+    if (contents == Contents::Unreadable)
+        report.failures.push_back(path + ": cannot be read: " + Reason());
+    return contents == Contents::New;
 }
 
 using EditsByNumber = std::unordered_map<std::uint64_t, const FileEdit*>;
@@ -38,8 +53,9 @@ using EditsByNumber = std::unordered_map<std::uint64_t, const FileEdit*>;
 bool WasMade(const PathMove& move, const EditsByNumber& edits) {
     const std::uint64_t number = os::IdentityOf(move.to).number;
     const auto edit = edits.find(move.number);
-    return number != 0 && (number == move.number ||
-                           (edit != edits.end() && IsNewContents(move.to, *edit->second)));
+    return number != 0 &&
+           (number == move.number ||
+            (edit != edits.end() && ContentsAt(move.to, *edit->second) == Contents::New));
 }
 
 void TakeBackMove(const PathMove& move, const EditsByNumber& edits, RollBackReport& report) {
@@ -54,9 +70,7 @@ void TakeBackMove(const PathMove& move, const EditsByNumber& edits, RollBackRepo
 // A file that was made goes, unless somebody has changed it.
 void TakeBackNewFile(const FileEdit& edit, RollBackReport& report) {
     if (!os::EntryExists(edit.target)) return;
-    if (!IsNewContents(edit.target, edit)) {
-        report.conflicts.push_back(edit.target + ": has changed since");
-    } else if (!os::Remove(edit.target)) {
+    if (RequireNewContents(edit.target, edit, report) && !os::Remove(edit.target)) {
         report.failures.push_back(edit.target + ": cannot be removed: " + Reason());
     }
 }
@@ -68,12 +82,9 @@ void TakeBackEdit(const FileEdit& edit, const std::string& folder, RollBackRepor
     if (old.number == 0) return;  // it came back already, or never left
     const os::FileIdentity now = os::IdentityOf(edit.target);
     if (now.number == old.number || now == edit.before) return;  // not replaced yet
-    if (now.number != 0 && !IsNewContents(edit.target, edit)) {
-        report.conflicts.push_back(edit.target + ": has changed since; what it was before is in " +
-                                   kept);
-    } else if (!os::PutInPlace(kept, edit.target)) {
+    if (now.number != 0 && !RequireNewContents(edit.target, edit, report)) return;
+    if (!os::PutInPlace(kept, edit.target))
         report.failures.push_back(edit.target + ": cannot be put back: " + Reason());
-    }
 }
 
 }  // namespace
@@ -90,15 +101,17 @@ RollBackReport RollBackChanges(const ChangeSet& changes, const std::string& fold
 }
 
 Lines FindConflicts(const ChangeSet& changes) {
-    Lines conflicts;
+    RollBackReport report;
     for (const FileEdit& edit : changes.edits) {
         const std::string now = changes.NameAfterMoves(edit.target);
-        if (!os::EntryExists(now)) {
-            conflicts.push_back(now + ": is gone");
-        } else if (!IsNewContents(now, edit)) {
-            conflicts.push_back(now + ": has changed since");
+        if (os::EntryExists(now)) {
+            RequireNewContents(now, edit, report);
+        } else {
+            report.conflicts.push_back(now + ": is gone");
         }
     }
+    Lines conflicts = std::move(report.conflicts);
+    std::ranges::move(report.failures, std::back_inserter(conflicts));
     for (const std::string& folder : FoldersOf(changes, true)) {
         if (!os::CanChangeFolder(folder) && errno != ENOENT && errno != ENOTDIR)
             conflicts.push_back(folder + ": cannot be changed: " + Reason());

@@ -11,7 +11,7 @@
 namespace vexa::os {
 
 struct FileContents {
-    std::unique_ptr<char[]> bytes;  // followed by one NUL; null when the file could not be read
+    std::unique_ptr<char[]> bytes;  // followed by one NUL; null, with errno, when it was not read
     std::size_t size = 0;
 };
 

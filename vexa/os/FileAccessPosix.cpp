@@ -64,7 +64,11 @@ FileContents ReadWholeFile(const std::string& path) {
 
     const std::size_t capacity = static_cast<std::size_t>(entry.st_size) + 1;
     FileContents contents{Allocate(capacity), 0};
-    if (!contents.bytes || !ReadToEnd(file.Number(), contents, capacity)) return {};
+    if (contents.bytes && ReadToEnd(file.Number(), contents, capacity)) return contents;
+    if (!contents.bytes) errno = ENOMEM;
+    const int error = errno;  // which closing the file may change
+    contents = {};
+    errno = error;
     return contents;
 }
 

@@ -38,7 +38,7 @@ bool CDependencySurf::RenameReference(const std::string& file, const std::string
     return true;
 }
 
-bool CDependencySurf::Rename(const std::string& oldPath, const std::string& newPath, bool flag) {
+bool CDependencySurf::Rename(const std::string& oldPath, const std::string& newPath, bool) {
     CDependencyManager& manager = *CDependencyManager::GetSingletonPtr();
     for (const std::string& reference : manager.GetDependency(newPath, false)) {
         if (!NamesShader(reference)) continue;
@@ -51,7 +51,7 @@ bool CDependencySurf::Rename(const std::string& oldPath, const std::string& newP
             manager.RawRename(move.from, move.to);
         }
     }
-    return CDependencyXML::Rename(oldPath, newPath, flag);
+    return true;
 }
 
 }  // namespace vexa

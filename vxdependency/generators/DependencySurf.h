@@ -17,8 +17,8 @@ public:
     // As the base does, but answers true, whatever happens.
     bool RenameReference(const std::string& file, const std::string& oldPath,
                          const std::string& newPath) override;
-    // As the base does; before, moves the shader sources that the surface refers to and that lie
-    // beside it. Goes by what is recorded under the new path.
+    // Moves the shader sources that the surface refers to and that lie beside it, and nothing else:
+    // the surface keeps its own references. Goes by what is recorded under the new path.
     bool Rename(const std::string& oldPath, const std::string& newPath, bool flag) override;
 };
 

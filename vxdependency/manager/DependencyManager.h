@@ -40,6 +40,7 @@ struct FileReading {
     std::vector<std::string> list;  // as it is to be stored
     vxdependency::Findings findings;
     bool readable = false;
+    bool preliminary = false;  // a file that is there could not be read now; next time it may
 };
 
 // What one generation of a file did.
@@ -47,6 +48,7 @@ struct GenerationResult {
     std::vector<std::string> dependencies;  // keys, as they were stored
     bool generated = false;                 // there was a generator and the result was stored
     bool failed = false;                    // the file could not be read or parsed
+    bool preliminary = false;               // see FileReading
 };
 
 // The entry to the system: owns the generators and the scanner, generates and answers queries.
@@ -203,7 +205,7 @@ public:
     void EmitRenamed(const FileRenamed& renamed);
 
     // For rewriting slots: the renames that are under way, and a way to say that all references of
-    // a file (a key) have been dealt with.
+    // a file (a key) have been dealt with, which means something only while one is.
     const PendingRenames& GetPendingRenames() const { return m_renames; }
     void MarkRewritten(const std::string& key);
 

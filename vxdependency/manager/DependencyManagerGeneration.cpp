@@ -8,6 +8,7 @@
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/common/Log.h"
+#include "vexa/common/ReadFailures.h"
 #include "vexa/os/FindFiles.h"
 #include "vexa/os/WindowsApi.h"
 #include "vxdependency/generators/BindingStem.h"
@@ -133,12 +134,14 @@ std::unique_ptr<FileReading> CDependencyManager::ReadReferences(const std::strin
     List secondList;
     auto reading = std::make_unique<FileReading>();
     FindingsObserver observer(key);
+    const std::uint64_t failures = ReadFailuresOfThisThread();
     {
         const ObserverUse use(&observer);
         reading->readable =
             generator->GenerateDependency(GeneratorForm(key), dependencies, secondList);
     }
     reading->findings = observer.Take();
+    reading->preliminary = ReadFailuresOfThisThread() != failures;
     if (!reading->readable && IsSilent(*generator)) WarnUnreadable(key);
     AppendStoredForm(key, dependencies, reading->list);
     AppendStoredForm(key, secondList, reading->list);
@@ -199,9 +202,12 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     if (!reading) return result;  // what is in the file tells the generator, and it changed
     result.generated = true;
     result.failed = !reading->readable;
+    result.preliminary = reading->preliminary;
     result.dependencies = std::move(reading->list);
     StoreList(key, oldKey, !second.empty(), result.dependencies);
     StoreState(key, before, result);
+    // Without a stamp it counts as stale, and is read again though it does not change.
+    if (reading->preliminary) Invalidate({key});
     Store().SetFindings(key, reading->findings);
     return result;
 }

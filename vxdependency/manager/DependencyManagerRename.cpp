@@ -217,7 +217,7 @@ void CDependencyManager::SetReadyToChange(
 }
 
 void CDependencyManager::MarkRewritten(const std::string& key) {
-    m_rewritten.insert(key);
+    if (RenameOperation::OfThisThread()) m_rewritten.insert(key);
 }
 
 void CDependencyManager::EmitRenamed(const FileRenamed& renamed) {
@@ -261,6 +261,8 @@ bool CDependencyManager::RecoverRename() {
         LogWarning("The rename %s was interrupted; it was %s.", title.c_str(),
                    journal.IsApplied() ? "finished" : "taken back");
         for (const std::string& conflict : journal.GetConflicts()) LogError("%s", conflict.c_str());
+        if (!journal.GetConflicts().empty())
+            LogError("What these files were before is kept in temp/rename/unfinished.");
         done = Resync(journal.GetChanges().notes) && journal.Finish();
         if (!done) LogError("The store could not follow: %s", Store().GetWriteError().c_str());
     } else if (!journal.IsBusy() && journal.WasInterrupted()) {

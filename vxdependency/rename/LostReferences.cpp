@@ -53,8 +53,8 @@ std::string ReasonOfLoss(const ConcernedFile& file, const std::string& expected,
         CDependencyManager::GetSingletonPtr()->GetDependencyGenerator(file.newKey);
     const bool json = dynamic_cast<CDependencyJSON*>(generator) != nullptr;
     const bool xml = dynamic_cast<CDependencyXML*>(generator) != nullptr;
-    const bool surface = dynamic_cast<CDependencySurf*>(generator) != nullptr;
     if (!json && !xml) return "references of this format are not rewritten";
+    const bool surface = dynamic_cast<CDependencySurf*>(generator) != nullptr;
     if (file.oldKey != file.newKey && (json || surface))
         return "a file of this format keeps its own references when it moves";
     return "no text of this form names the new path";

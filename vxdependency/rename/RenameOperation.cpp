@@ -7,6 +7,7 @@
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/common/Log.h"
+#include "vexa/common/ReadFailures.h"
 #include "vexa/os/WindowsApi.h"
 #include "vexa/threading/CommandQueue.h"
 #include "vxdependency/generators/DependencyBase.h"
@@ -197,6 +198,7 @@ RenameOperation::List RenameOperation::Recorded(const std::string& key, bool inv
 }
 
 void RenameOperation::Plan(const RenameOptions& options) {
+    const std::uint64_t failures = ReadFailuresOfThisThread();
     MoveCompanions();
     FindDependents();
     const List concerned = FindConcerned();
@@ -212,6 +214,9 @@ void RenameOperation::Plan(const RenameOptions& options) {
         if (!goOn()) return AddProblem("interrupted");
     }
     for (const std::string& failure : m_overlay->GetFailures()) AddProblem(failure);
+    // Which one, the log says.
+    if (ReadFailuresOfThisThread() != failures)
+        AddProblem("a file that is concerned cannot be read: its references would be lost");
 }
 
 // The generators' share of moving each file. They may move further files, which come behind.

@@ -390,7 +390,7 @@ void DependencyScanner::ReadFile(const FileInfoData& record, ScanWalk& walk) {
     const bool expected = record.change == FileInfoData::Change::Changed;
     const vexa::GenerationResult result = CDependencyManager::GetSingletonPtr()->Regenerate(
         relative, "", current ? &look : nullptr, expected ? walk.ahead->Take(relative) : nullptr);
-    if (!result.dependencies.empty()) Store().SetTimeStamp(record.path, record.timestamp);
+    if (!result.dependencies.empty() && !result.preliminary) Store().SetTimeStamp(record.path, record.timestamp);
     if (result.generated) ++walk.statistics.regenerated;
     Publish(walk);
 }
