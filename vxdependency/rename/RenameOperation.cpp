@@ -176,6 +176,10 @@ std::string RenameOperation::PlaceOf(const std::string& key) const {
 
 // --- planning ---
 
+void RenameOperation::AddProblem(std::string problem) {
+    m_plan.problems.push_back(std::move(problem));
+}
+
 std::string RenameOperation::NameNow(const std::string& oldKey) const {
     const std::string* const name = m_renames.NewNameOf(oldKey);
     return name ? *name : oldKey;
