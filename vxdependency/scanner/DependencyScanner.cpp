@@ -147,6 +147,10 @@ bool DependencyScanner::IsScanningFinshed() const {
     return m_finished;
 }
 
+bool DependencyScanner::IsScanning() const {
+    return m_requested > 0;
+}
+
 ScanStatistics DependencyScanner::GetStatistics() const {
     const std::lock_guard lock(m_guard);
     return m_statistics;

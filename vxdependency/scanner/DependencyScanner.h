@@ -58,6 +58,7 @@ public:
     std::int32_t GetScanProgress() const;  // percent
     std::int32_t GetScanElapsedSecond() const;
     bool IsScanningFinshed() const;  // true once a scan has gone through everything
+    bool IsScanning() const;         // a scan was asked for that has not ended
     ScanStatistics GetStatistics() const;
 
     // The files found so far with an extension (".xml", "" for names without one).

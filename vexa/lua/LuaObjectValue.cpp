@@ -1,0 +1,156 @@
+// Script values that stand for native objects, and the meta functions of their classes.
+
+#include <cstring>
+
+#include "vexa/lua/AddressText.h"
+#include "vexa/lua/Guarded.h"
+#include "vexa/lua/LuaBinding.h"
+#include "vexa/lua/LuaRegistry.h"
+
+namespace vexa {
+
+namespace {
+
+// What a script's value holds; null once the script has let go.
+using Box = LuaObject*;
+
+Box* BoxAt(lua_State* L, int index) {
+    return IsObjectValue(L, index) ? static_cast<Box*>(lua_touserdata(L, index)) : nullptr;
+}
+
+// Pushes an empty value of a class.
+Box* NewBox(lua_State* L, const char* name) {
+    auto* const box = static_cast<Box*>(lua_newuserdatauv(L, sizeof(Box), 0));
+    *box = nullptr;
+    PushTable(L, LuaTable::Classes);
+    if (lua_getfield(L, -1, name) != LUA_TTABLE) {
+        luaL_error(L, "the class %s is not declared in this state", name);
+    }
+    lua_setmetatable(L, -3);
+    lua_pop(L, 1);
+    return box;
+}
+
+void MakeValuesWeak(lua_State* L) {
+    lua_createtable(L, 0, 1);
+    lua_pushliteral(L, "v");
+    lua_setfield(L, -2, "__mode");
+    lua_setmetatable(L, -2);
+}
+
+void Fill(Box* box, LuaObject* object) {
+    object->Hold();
+    *box = object;
+}
+
+void LetGo(Box* box) {
+    if (LuaObject* const object = std::exchange(*box, nullptr)) object->LetGo();
+}
+
+Box* CheckBox(lua_State* L) {
+    Box* const box = BoxAt(L, 1);
+    if (!box) luaL_error(L, "a script object is needed, not %s", vxlua_typename(L, 1));
+    return box;
+}
+
+// Pushes the table and the name of the class that argument 1 is, or is an object of.
+void PushClassOfArgument(lua_State* L) {
+    luaL_checkany(L, 1);
+    if (!IsObjectValue(L, 1) || !lua_getmetatable(L, 1)) lua_pushvalue(L, 1);
+    PushClassName(L, -1);
+    if (!lua_isnil(L, -1)) return;
+    luaL_error(L, "a script object or its class is needed, not %s", vxlua_typename(L, 1));
+}
+
+bool IsProperty(lua_State* L, int key, int value) {
+    return lua_type(L, key) == LUA_TSTRING && !lua_isfunction(L, value) &&
+           std::strncmp(lua_tostring(L, key), "__", 2) != 0;
+}
+
+}  // namespace
+
+void vxlua_pushluaobject(lua_State* L, ScriptObjectBase* object) {
+    if (!object) return lua_pushnil(L);
+    LuaObject* const side = object->GetLuaObject().Get();
+    PushTable(L, LuaTable::Objects, MakeValuesWeak);
+    lua_rawgetp(L, -1, side);
+    // A script may have let go of the value that it still has.
+    const Box* const known = BoxAt(L, -1);
+    if (!known || *known != side) {
+        lua_pop(L, 1);
+        Fill(NewBox(L, object->GetClsName()), side);
+        lua_pushvalue(L, -1);
+        lua_rawsetp(L, -3, side);
+    }
+    lua_remove(L, -2);
+}
+
+void vxlua_newluaobject(lua_State* L, const char* name, ScriptObjectBase* (*make)()) {
+    // Owns the object while the value that scripts get is still to be made.
+    Box* const owner = NewBox(L, name);
+    ScriptObjectBase* object = nullptr;
+    Guarded(name, [&] { object = make(); });
+    if (!object) luaL_error(L, "%s cannot be made; the log tells why", name);
+    object->GetLuaObject()->GiveToScripts();
+    Fill(owner, object->GetLuaObject().Get());
+    vxlua_pushluaobject(L, object);
+    lua_remove(L, -2);
+}
+
+ScriptObjectBase* vxlua_toluaobject(lua_State* L, int index) {
+    const Box* const box = BoxAt(L, index);
+    return box && *box ? (*box)->Native() : nullptr;
+}
+
+bool vxlua_isluaobject(lua_State* L, int index, const char* name) {
+    const ScriptObjectBase* const object = vxlua_toluaobject(L, index);
+    return object && std::strcmp(object->GetClsName(), name) == 0;
+}
+
+int vxlua_collectluaobject(lua_State* L) {
+    LetGo(CheckBox(L));
+    return 0;
+}
+
+int vxlua_clearluaobject(lua_State* L) {
+    return vxlua_collectluaobject(L);
+}
+
+int vxlua_luaobjecttostr(lua_State* L) {
+    CheckBox(L);
+    if (const ScriptObjectBase* const object = vxlua_toluaobject(L, 1)) {
+        lua_pushstring(L, AddressText(object->GetLuaName(), object).data());
+    } else {
+        PushClassOfArgument(L);
+        lua_pushfstring(L, "%s(released)", lua_tostring(L, -1));
+    }
+    return 1;
+}
+
+int vxlua_luaobjectmro(lua_State* L) {
+    PushClassOfArgument(L);
+    lua_createtable(L, 1, 0);
+    lua_insert(L, -2);
+    lua_rawseti(L, -2, 1);
+    return 1;
+}
+
+int vxlua_luaobjecttype(lua_State* L) {
+    PushClassOfArgument(L);
+    return 1;
+}
+
+int vxlua_classproperties(lua_State* L) {
+    PushClassOfArgument(L);
+    lua_pop(L, 1);
+    lua_newtable(L);
+    lua_pushnil(L);
+    while (lua_next(L, -3)) {
+        lua_pushvalue(L, -2);
+        lua_insert(L, -2);
+        IsProperty(L, -2, -1) ? lua_rawset(L, -4) : lua_pop(L, 2);
+    }
+    return 1;
+}
+
+}  // namespace vexa
