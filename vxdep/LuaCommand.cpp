@@ -138,14 +138,24 @@ ExitCode RunScript(const GlobalOptions& options, const Arguments& arguments) {
     return ExitCode::Done;
 }
 
+// The parser does not know what follows the command.
+std::string Help(const CLI::App* command, const std::string& name, CLI::AppFormatMode mode) {
+    std::string text = CLI::Formatter().make_help(command, name, mode);
+    const std::string_view usage = "[OPTIONS]";
+    const std::size_t found = text.find(usage);
+    return found == std::string::npos ? text
+                                      : text.insert(found + usage.size(), " SCRIPT [ARG...]");
+}
+
 }  // namespace
 
 void AddLuaCommand(CLI::App& app, const GlobalOptions& options, Action& action) {
     CLI::App* const command = app.add_subcommand("lua", "Run a Lua script on the project");
     // What follows the script is for the script, also when it looks like an option of ours.
-    command->prefix_command();
+    command->prefix_command()->fallthrough(false);
+    command->formatter_fn(Help);
     command->footer(
-        "lua SCRIPT [ARG...] runs a Lua 5.4 script in the project's folder, so that its resources "
+        "Runs a Lua 5.4 script in the project's folder, so that its resources "
         "are\n"
         "\"res/...\". It finds its arguments in \"arg\" and \"...\", and says\n"
         "  local manager = require(\"vexa.vxdependency\").CDependencyManager.get_singleton_ptr()\n"
@@ -158,6 +168,7 @@ void AddLuaCommand(CLI::App& app, const GlobalOptions& options, Action& action) 
     command->callback([&options, &action, command] {
         const Arguments arguments = command->remaining();
         if (arguments.empty()) throw CLI::RequiredError("SCRIPT");
+        if (arguments.front().starts_with('-')) throw CLI::ExtrasError({arguments.front()});
         action = [&options, arguments] { return RunScript(options, arguments); };
     });
 }

@@ -1,28 +1,20 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <string>
 #include <vector>
 
 #include "vexa/Export.h"
 #include "vexa/lua/AutoRef.h"
+#include "vexa/lua/RefCounted.h"
 
 // The values that native operations hand to scripts in a box: immutable, reference-counted, shared
 // between any number of scripts and threads.
 namespace vexa::binding {
 
-class VX_API Object {
+class VX_API Object : public RefCounted {
 public:
     static constexpr char kTypeName[] = "boxed value";
-
-    Object(const Object&) = delete;
-    Object& operator=(const Object&) = delete;
-
-    void AddRef() { ++m_references; }
-    void Release() {
-        if (--m_references == 0) delete this;
-    }
 
     // What scripts call the type in messages.
     virtual const char* TypeName() const = 0;
@@ -30,13 +22,6 @@ public:
     virtual std::string Text() const = 0;
     // What the operator # gives: bytes of a text, entries of a list.
     virtual std::size_t Length() const = 0;
-
-protected:
-    Object() = default;
-    virtual ~Object() = default;
-
-private:
-    std::atomic<int> m_references{0};
 };
 
 // A text; prints as "String(text)".

@@ -68,9 +68,9 @@ VX_API ScriptObjectBase* vxlua_toluaobject(lua_State* L, int index);
 // counts from 1, pairs and ipairs walk a tuple. string:text() is the plain text, tuple:totable() a
 // table with plain texts.
 
-// Pushes an empty box. The caller fills it before anything else may happen; filling it cannot fail,
-// so a result is never lost. Valid while the value is on the stack.
-VX_API binding::AutoRef<binding::Object>& vxlua_newbox(lua_State* L);
+// Pushes an empty box. The caller puts a binding::Object in before anything else may happen; that
+// cannot fail, so a result is never lost. Valid while the value is on the stack.
+VX_API binding::AutoRef<binding::RefCounted>& vxlua_newbox(lua_State* L);
 // The value in a box; null when there is no box. Raises no error.
 VX_API const binding::Object* vxlua_tobox(lua_State* L, int index);
 

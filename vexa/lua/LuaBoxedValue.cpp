@@ -1,9 +1,8 @@
 // Script values that hold boxed texts and lists.
 
-#include <new>
-
 #include "vexa/lua/Guarded.h"
 #include "vexa/lua/LuaBinding.h"
+#include "vexa/lua/LuaHoldings.h"
 #include "vexa/lua/LuaRegistry.h"
 
 namespace vexa {
@@ -13,14 +12,13 @@ namespace {
 using binding::Object;
 using binding::Str;
 using binding::Tuple;
-using Box = binding::AutoRef<Object>;
 
-Box* BoxAt(lua_State* L, int index) {
-    if (lua_type(L, index) != LUA_TUSERDATA || !lua_getmetatable(L, index)) return nullptr;
-    PushTableIfThere(L, LuaTable::BoxType);
-    const bool ours = lua_istable(L, -1) && lua_rawequal(L, -1, -2);
+bool IsBox(lua_State* L, int index) {
+    if (lua_type(L, index) != LUA_TUSERDATA || !lua_getmetatable(L, index)) return false;
+    PushIfThere(L, LuaKept::BoxType);
+    const bool ours = lua_rawequal(L, -1, -2);
     lua_pop(L, 2);
-    return ours ? static_cast<Box*>(lua_touserdata(L, index)) : nullptr;
+    return ours;
 }
 
 // The value of a type at the index; raises an error when there is none.
@@ -40,13 +38,13 @@ void PushEntry(lua_State* L, const Tuple& tuple, std::size_t index) {
 }
 
 int Collect(lua_State* L) {
-    if (Box* const box = BoxAt(L, 1)) box->Reset();
+    if (IsBox(L, 1)) DropHolding(L, 1);
     return 0;
 }
 
 int ToString(lua_State* L) {
     const auto& value = Check<Object>(L, 1);
-    Box& text = vxlua_newbox(L);
+    Holding& text = vxlua_newbox(L);
     if (!Guarded("tostring", [&] { text = binding::MakeRef<Str>(value.Text()); })) {
         luaL_error(L, "not enough memory");
     }
@@ -113,7 +111,7 @@ void Unbox(lua_State* L) {
 
 int Concatenate(lua_State* L) {
     Unbox(L);
-    if (BoxAt(L, 1) || BoxAt(L, 2)) luaL_error(L, "attempt to concatenate a Tuple");
+    if (IsBox(L, 1) || IsBox(L, 2)) luaL_error(L, "attempt to concatenate a Tuple");
     lua_concat(L, 2);
     return 1;
 }
@@ -121,7 +119,7 @@ int Concatenate(lua_State* L) {
 template <int Operation>
 int Compare(lua_State* L) {
     Unbox(L);
-    if (BoxAt(L, 1) || BoxAt(L, 2)) luaL_error(L, "attempt to compare a Tuple");
+    if (IsBox(L, 1) || IsBox(L, 2)) luaL_error(L, "attempt to compare a Tuple");
     lua_pushboolean(L, lua_compare(L, 1, 2, Operation));
     return 1;
 }
@@ -142,7 +140,7 @@ int PlainTable(lua_State* L) {
     return 1;
 }
 
-void FillBoxType(lua_State* L) {
+void PushBoxType(lua_State* L) {
     static constexpr luaL_Reg functions[] = {{"__gc", Collect},
                                              {"__tostring", ToString},
                                              {"__len", Length},
@@ -154,7 +152,7 @@ void FillBoxType(lua_State* L) {
                                              {nullptr, nullptr}};
     static constexpr luaL_Reg textMethods[] = {{"text", PlainText}, {nullptr, nullptr}};
     static constexpr luaL_Reg tupleMethods[] = {{"totable", PlainTable}, {nullptr, nullptr}};
-    luaL_setfuncs(L, functions, 0);
+    luaL_newlib(L, functions);
     luaL_newlib(L, textMethods);
     luaL_newlib(L, tupleMethods);
     lua_pushcclosure(L, Index, 2);
@@ -167,16 +165,16 @@ void FillBoxType(lua_State* L) {
 
 }  // namespace
 
-binding::AutoRef<Object>& vxlua_newbox(lua_State* L) {
-    Box* const box = new (lua_newuserdatauv(L, sizeof(Box), 0)) Box();
-    PushTable(L, LuaTable::BoxType, FillBoxType);
+Holding& vxlua_newbox(lua_State* L) {
+    Holding& holding = NewHolding(L);
+    PushKept(L, LuaKept::BoxType, PushBoxType);
     lua_setmetatable(L, -2);
-    return *box;
+    return holding;
 }
 
 const Object* vxlua_tobox(lua_State* L, int index) {
-    const Box* const box = BoxAt(L, index);
-    return box ? box->Get() : nullptr;
+    const Holding* const holding = IsBox(L, index) ? HoldingAt(L, index) : nullptr;
+    return holding ? static_cast<const Object*>(holding->Get()) : nullptr;
 }
 
 }  // namespace vexa

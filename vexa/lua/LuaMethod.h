@@ -61,7 +61,7 @@ struct LuaMethod<Operation> {
             lua_pushboolean(L, result);
             return 1;
         } else {
-            Result& result = vxlua_newbox(L);
+            auto& result = vxlua_newbox(L);
             const bool ready = Guarded(T::ClsName(), [&] { result = binding::Tuple::Of({}); });
             if (!ready) luaL_error(L, "not enough memory");
             Guarded(T::ClsName(), [&] { result = Invoke(self, arguments); });

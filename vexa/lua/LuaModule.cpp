@@ -15,7 +15,7 @@ constexpr int kClass = -1;
 // Replaces the class that is open by the one of this name, a new one if there is none yet.
 void OpenClass(lua_State* L, const char* name) {
     lua_pop(L, 1);
-    PushTable(L, LuaTable::Classes);
+    PushClasses(L);
     if (lua_getfield(L, -1, name) == LUA_TNIL) {
         lua_pop(L, 1);
         lua_newtable(L);
@@ -33,7 +33,7 @@ void OpenClass(lua_State* L, const char* name) {
 }  // namespace
 
 void vxlua_initmodule(lua_State* L, const char* module) {
-    PushTable(L, LuaTable::Modules);
+    PushModules(L);
     if (lua_getfield(L, -1, module) == LUA_TNIL) {
         lua_newtable(L);
         lua_setfield(L, -3, module);
@@ -43,7 +43,7 @@ void vxlua_initmodule(lua_State* L, const char* module) {
 
 void vxlua_beginmodule(lua_State* L, const char* module) {
     lua_pushstring(L, module);
-    PushTable(L, LuaTable::Modules);
+    PushModules(L);
     lua_getfield(L, -1, module);
     lua_remove(L, -2);
     lua_pushnil(L);

@@ -1,56 +1,69 @@
 // Script values that stand for native objects, and the meta functions of their classes.
 
 #include <cstring>
+#include <memory>
 
 #include "vexa/lua/AddressText.h"
 #include "vexa/lua/Guarded.h"
 #include "vexa/lua/LuaBinding.h"
+#include "vexa/lua/LuaHoldings.h"
 #include "vexa/lua/LuaRegistry.h"
 
 namespace vexa {
 
 namespace {
 
-// What a script's value holds; null once the script has let go.
-using Box = LuaObject*;
+// A script's value refers to an object by one of these.
+class Hold final : public binding::RefCounted {
+public:
+    explicit Hold(binding::AutoRef<LuaObject> object) : m_object(std::move(object)) {
+        m_object->Hold();
+    }
+    ~Hold() override { m_object->LetGo(); }
 
-Box* BoxAt(lua_State* L, int index) {
-    return IsObjectValue(L, index) ? static_cast<Box*>(lua_touserdata(L, index)) : nullptr;
+    LuaObject* Get() const { return m_object.Get(); }
+
+private:
+    binding::AutoRef<LuaObject> m_object;
+};
+
+// What the value at the index refers to; null when it is no object, or was let go.
+LuaObject* ObjectAt(lua_State* L, int index) {
+    const Holding* const holding = IsObjectValue(L, index) ? HoldingAt(L, index) : nullptr;
+    return holding && *holding ? static_cast<const Hold&>(**holding).Get() : nullptr;
 }
 
-// Pushes an empty value of a class.
-Box* NewBox(lua_State* L, const char* name) {
-    auto* const box = static_cast<Box*>(lua_newuserdatauv(L, sizeof(Box), 0));
-    *box = nullptr;
-    PushTable(L, LuaTable::Classes);
+// Pushes a value of a class that refers to no object yet.
+Holding& NewValue(lua_State* L, const char* name) {
+    Holding& holding = NewHolding(L);
+    PushClasses(L);
     if (lua_getfield(L, -1, name) != LUA_TTABLE) {
         luaL_error(L, "the class %s is not declared in this state", name);
     }
     lua_setmetatable(L, -3);
     lua_pop(L, 1);
-    return box;
+    return holding;
 }
 
-void MakeValuesWeak(lua_State* L) {
+// Pushes a value for an object.
+void PushNewValue(lua_State* L, ScriptObjectBase* object) {
+    Holding& holding = NewValue(L, object->GetClsName());
+    if (!Guarded("script", [&] { holding = binding::MakeRef<Hold>(object->GetLuaObject()); })) {
+        luaL_error(L, "not enough memory");
+    }
+}
+
+void PushWeakTable(lua_State* L) {
+    lua_newtable(L);
     lua_createtable(L, 0, 1);
     lua_pushliteral(L, "v");
     lua_setfield(L, -2, "__mode");
     lua_setmetatable(L, -2);
 }
 
-void Fill(Box* box, LuaObject* object) {
-    object->Hold();
-    *box = object;
-}
-
-void LetGo(Box* box) {
-    if (LuaObject* const object = std::exchange(*box, nullptr)) object->LetGo();
-}
-
-Box* CheckBox(lua_State* L) {
-    Box* const box = BoxAt(L, 1);
-    if (!box) luaL_error(L, "a script object is needed, not %s", vxlua_typename(L, 1));
-    return box;
+void CheckObject(lua_State* L) {
+    if (IsObjectValue(L, 1)) return;
+    luaL_error(L, "a script object is needed, not %s", vxlua_typename(L, 1));
 }
 
 // Pushes the table and the name of the class that argument 1 is, or is an object of.
@@ -72,13 +85,12 @@ bool IsProperty(lua_State* L, int key, int value) {
 void vxlua_pushluaobject(lua_State* L, ScriptObjectBase* object) {
     if (!object) return lua_pushnil(L);
     LuaObject* const side = object->GetLuaObject().Get();
-    PushTable(L, LuaTable::Objects, MakeValuesWeak);
+    PushKept(L, LuaKept::Objects, PushWeakTable);
     lua_rawgetp(L, -1, side);
     // A script may have let go of the value that it still has.
-    const Box* const known = BoxAt(L, -1);
-    if (!known || *known != side) {
+    if (ObjectAt(L, -1) != side) {
         lua_pop(L, 1);
-        Fill(NewBox(L, object->GetClsName()), side);
+        PushNewValue(L, object);
         lua_pushvalue(L, -1);
         lua_rawsetp(L, -3, side);
     }
@@ -87,19 +99,22 @@ void vxlua_pushluaobject(lua_State* L, ScriptObjectBase* object) {
 
 void vxlua_newluaobject(lua_State* L, const char* name, ScriptObjectBase* (*make)()) {
     // Owns the object while the value that scripts get is still to be made.
-    Box* const owner = NewBox(L, name);
+    Holding& owner = NewValue(L, name);
     ScriptObjectBase* object = nullptr;
-    Guarded(name, [&] { object = make(); });
-    if (!object) luaL_error(L, "%s cannot be made; the log tells why", name);
+    const bool made = Guarded(name, [&] {
+        std::unique_ptr<ScriptObjectBase> guard(make());
+        owner = binding::MakeRef<Hold>(guard->GetLuaObject());
+        object = guard.release();
+    });
+    if (!made) luaL_error(L, "%s cannot be made; the log tells why", name);
     object->GetLuaObject()->GiveToScripts();
-    Fill(owner, object->GetLuaObject().Get());
     vxlua_pushluaobject(L, object);
     lua_remove(L, -2);
 }
 
 ScriptObjectBase* vxlua_toluaobject(lua_State* L, int index) {
-    const Box* const box = BoxAt(L, index);
-    return box && *box ? (*box)->Native() : nullptr;
+    const LuaObject* const object = ObjectAt(L, index);
+    return object ? object->Native() : nullptr;
 }
 
 bool vxlua_isluaobject(lua_State* L, int index, const char* name) {
@@ -108,7 +123,8 @@ bool vxlua_isluaobject(lua_State* L, int index, const char* name) {
 }
 
 int vxlua_collectluaobject(lua_State* L) {
-    LetGo(CheckBox(L));
+    CheckObject(L);
+    DropHolding(L, 1);
     return 0;
 }
 
@@ -117,7 +133,7 @@ int vxlua_clearluaobject(lua_State* L) {
 }
 
 int vxlua_luaobjecttostr(lua_State* L) {
-    CheckBox(L);
+    CheckObject(L);
     if (const ScriptObjectBase* const object = vxlua_toluaobject(L, 1)) {
         lua_pushstring(L, AddressText(object->GetLuaName(), object).data());
     } else {

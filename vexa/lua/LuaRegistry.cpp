@@ -5,30 +5,29 @@ namespace vexa {
 namespace {
 
 // The address is the key.
-const void* KeyOf(LuaTable table) {
-    static const char keys[4] = {};
-    return &keys[static_cast<int>(table)];
+const void* KeyOf(LuaKept what) {
+    static const char keys[5] = {};
+    return &keys[static_cast<int>(what)];
 }
 
 }  // namespace
 
-void PushTableIfThere(lua_State* L, LuaTable table) {
-    lua_rawgetp(L, LUA_REGISTRYINDEX, KeyOf(table));
+void PushIfThere(lua_State* L, LuaKept what) {
+    lua_rawgetp(L, LUA_REGISTRYINDEX, KeyOf(what));
 }
 
-void PushTable(lua_State* L, LuaTable table, void (*fill)(lua_State* L)) {
-    PushTableIfThere(L, table);
+void PushKept(lua_State* L, LuaKept what, void (*make)(lua_State* L)) {
+    PushIfThere(L, what);
     if (!lua_isnil(L, -1)) return;
     lua_pop(L, 1);
-    lua_newtable(L);
-    if (fill) fill(L);
+    make(L);
     lua_pushvalue(L, -1);
-    lua_rawsetp(L, LUA_REGISTRYINDEX, KeyOf(table));
+    lua_rawsetp(L, LUA_REGISTRYINDEX, KeyOf(what));
 }
 
 void PushClassName(lua_State* L, int index) {
     const int value = lua_absindex(L, index);
-    PushTableIfThere(L, LuaTable::Classes);
+    PushIfThere(L, LuaKept::Classes);
     // By a string the table of that class would be found.
     const bool possible = lua_istable(L, -1) && lua_istable(L, value);
     possible ? lua_pushvalue(L, value) : lua_pushnil(L);

@@ -4,19 +4,27 @@
 
 namespace vexa {
 
-// The tables that the binding library keeps in a state's registry.
-enum class LuaTable {
-    Modules,  // by name
-    Classes,  // by name: its table; by its table: the name
-    Objects,  // by the address of the LuaObject: the script's value, as long as the script keeps it
-    BoxType,  // the metatable of boxed values
+// What the binding library keeps in a state's registry.
+enum class LuaKept {
+    Modules,   // table, by name
+    Classes,   // table, by name: its table; by its table: the name
+    Objects,   // table, by the address of the LuaObject: the script's value, as long as it lives
+    BoxType,   // the metatable of boxed values
+    Holdings,  // the owner of what values refer to
 };
 
-// Pushes the table. A new one is filled first by `fill`, which finds it at the top of the stack; it
-// is kept only if that goes well.
-void PushTable(lua_State* L, LuaTable table, void (*fill)(lua_State* L) = nullptr);
-// Pushes the table, or nil when there is none yet. Raises no error.
-void PushTableIfThere(lua_State* L, LuaTable table);
+// Pushes what is kept. The first time it is made by `make`, which pushes it; it is kept only if
+// that goes well.
+void PushKept(lua_State* L, LuaKept what, void (*make)(lua_State* L));
+// Pushes what is kept, or nil. Raises no error.
+void PushIfThere(lua_State* L, LuaKept what);
+
+inline void PushModules(lua_State* L) {
+    PushKept(L, LuaKept::Modules, [](lua_State* state) { lua_newtable(state); });
+}
+inline void PushClasses(lua_State* L) {
+    PushKept(L, LuaKept::Classes, [](lua_State* state) { lua_newtable(state); });
+}
 
 // Pushes the name of the class whose table is at the index, nil for any other value. Raises no
 // error.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "vexa/Export.h"
+#include "vexa/lua/AutoRef.h"
 #include "vexa/lua/LuaObject.h"
 
 namespace vexa {
