@@ -1,9 +1,5 @@
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <lua.hpp>
 #include <memory>
@@ -118,10 +114,11 @@ void FinishScan() {
 }
 
 // What a script printed is an answer like that of other commands: a reader that goes away wants no
-// more, any other failure is one.
+// more, any other failure is one. Why it failed is not known any more: Lua's print does not look.
 void FlushOutput() {
-    if (std::fflush(stdout) == 0 || errno == EPIPE) return;
-    throw Failure(fmt::format("standard output: {}", std::strerror(errno)));
+    std::fflush(stdout);
+    if (!std::ferror(stdout) || ReaderOfStandardOutputIsGone()) return;
+    throw Failure("standard output cannot be written");
 }
 
 ExitCode RunScript(const GlobalOptions& options, const Arguments& arguments) {
