@@ -34,7 +34,9 @@ void PushText(lua_State* L, const Str& text) {
 }
 
 void PushEntry(lua_State* L, const Tuple& tuple, std::size_t index) {
-    vxlua_newbox(L) = tuple.At(index);
+    // In one statement the entry would be copied first, and lost when there is no memory for a box.
+    Holding& box = vxlua_newbox(L);
+    box = tuple.At(index);
 }
 
 int Collect(lua_State* L) {
