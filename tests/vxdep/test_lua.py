@@ -122,16 +122,16 @@ class Examples(LuaCase):
                          [line for line in lines if line.endswith("scn")])
 
     def test_rename_by_table(self):
-        self.write("textures/wood.png.vxmeta", b"settings")
+        self.write("textures/sky.png.vxmeta", b"settings")
         table = self.base / "table.tsv"
-        table.write_text("textures/wood.png\tui/planks.png\r\n\nui/marks.svg\tui/signs.svg\n")
+        table.write_text("textures/sky.png\tui/dusk.png\r\n\nui/marks.svg\tui/signs.svg\n")
         old = self.graph["inverse"]
         result = self.succeed("lua", str(SCRIPTS / "rename_by_table.lua"), str(table))
-        self.assertEqual(result.lines, ["textures/wood.png -> ui/planks.png",
+        self.assertEqual(result.lines, ["textures/sky.png -> ui/dusk.png",
                                         "ui/marks.svg -> ui/signs.svg"])
-        self.assertEqual((self.res / "ui/planks.png.vxmeta").read_bytes(), b"settings")
+        self.assertEqual((self.res / "ui/dusk.png.vxmeta").read_bytes(), b"settings")
         graph = self.succeed("export").json
-        for before, after in (("textures/wood.png", "ui/planks.png"), ("ui/marks.svg", "ui/signs.svg")):
+        for before, after in (("textures/sky.png", "ui/dusk.png"), ("ui/marks.svg", "ui/signs.svg")):
             self.assertEqual(graph["inverse"][after], old[before])
         self.succeed("-q", "scan")
         self.assertEqual(self.succeed("export").json, graph)

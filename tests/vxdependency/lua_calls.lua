@@ -113,7 +113,7 @@ end
 
 -- What the collector takes.
 local kept = class.new()
-for _ = 1, 3 do class.new() end
+for _ = 1, 3 do class.new():begin_scan() end
 manager, users, again, released = nil, nil, nil, nil
 collectgarbage()
 equal(#class.get_singleton_ptr():get_dependency("levels/harbour.scene", false), 2, "afterwards")

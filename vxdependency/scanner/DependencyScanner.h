@@ -54,6 +54,8 @@ public:
     // Stops the scan after the file that it is at; what is done is kept. It is not resumed: the
     // next Exec starts anew, and passes over what is up to date.
     void Pause();
+    // Pause, and returns when no scan runs or waits any more. Must not be called from a job.
+    void PauseAndWait();
 
     std::int32_t GetScanProgress() const;  // percent
     std::int32_t GetScanElapsedSecond() const;
