@@ -97,6 +97,7 @@ State Load(Script& script) {
 // Runs what Load left on the stack.
 void Run(lua_State* L) {
     const int arguments = lua_gettop(L) - 1;
+    if (!lua_checkstack(L, LUA_MINSTACK)) throw Failure("not enough memory for a script");
     lua_pushcfunction(L, AddTraceback);
     lua_insert(L, 1);
     Require(L, lua_pcall(L, arguments, 0, 1));
@@ -111,6 +112,8 @@ void FinishScan() {
         if (WasInterrupted()) manager.PauseScan();
     }
     if (WasInterrupted()) throw Failure("interrupted: the files read so far are kept");
+    const std::string error = manager.GetScanner()->GetStatistics().error;
+    if (!error.empty()) throw Failure("the scan was not completed: " + error);
 }
 
 // What a script printed is an answer like that of other commands: a reader that goes away wants no

@@ -54,16 +54,12 @@ class Program(LuaCase):
 
     def test_failures(self):
         self.succeed("-q", "scan")
-        cases = [("local x =", ["script.lua:1:", "<eof>"]),
-                 ("local function f() error('no way') end\nf()",
-                  ["script.lua:1: no way\nstack traceback:", "script.lua:2: in main chunk"]),
-                 ("error(setmetatable({}, {__tostring = function() return 'odd' end}))",
-                  ["vxdep: odd\n"]),
-                 ("error()", ["nil value"]),
-                 (SINGLETON + "m:rename('a', 'b')", ["invalid argument number 2, needed 3."])]
+        cases = [("local x =", "script.lua:1:"), ("error()", "nil value"),
+                 ("error('no way')", "script.lua:1: no way\nstack traceback:"),
+                 ("error(setmetatable({}, {__tostring = function() return 'odd' end}))", ": odd\n"),
+                 (SINGLETON + "m:rename('a', 'b')", "invalid argument number 2, needed 3.")]
         for text, says in cases:
-            with self.subTest(text):
-                self.refuse("lua", self.script(text), says=says)
+            self.refuse("lua", self.script(text), says=[says])
         self.refuse("lua", "nowhere.lua", says=["nowhere.lua"])
         with open("/dev/full", "w") as full:
             self.refuse("lua", self.script("print 'x'"), says=["standard output"], stdout=full)

@@ -16,25 +16,25 @@ using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// Lua's memory: refuses a number of requests in a row from one of them on.
+// Lua's memory: refuses a number of requests in a row, from one of them on.
 struct Memory {
     int requests = 0;
     int firstRefused = -1;
     int refusals = 0;
-    // Lua answers a refusal with a full collection and asks again; this one makes it do so always.
+    // Lua answers a refusal with a full collection and asks again: so it collects at each request.
     bool collectAlways = false;
-    bool refusedLast = false;
 
     bool Refuse() {
-        if (collectAlways) return refusedLast = !refusedLast;
+        if (collectAlways) return ++requests % 2 == 1;
+        if (firstRefused < 0) return false;
         const int request = requests++;
-        return firstRefused >= 0 && request >= firstRefused && request < firstRefused + refusals;
+        return request >= firstRefused && request - firstRefused < refusals;
     }
     static void* Allocate(void* memory, void* block, std::size_t oldSize, std::size_t size) {
         if (size == 0) return std::free(block), nullptr;
-        const bool grows = block == nullptr || size > oldSize;
-        if (grows && static_cast<Memory*>(memory)->Refuse()) return nullptr;
-        return std::realloc(block, size);
+        const bool grows = !block || size > oldSize;
+        return grows && static_cast<Memory*>(memory)->Refuse() ? nullptr
+                                                               : std::realloc(block, size);
     }
 };
 
@@ -70,33 +70,27 @@ int DeclareThings(lua_State* L) {
     return 0;
 }
 
-class State {
+class State : public std::unique_ptr<lua_State, void (*)(lua_State*)> {
 public:
     explicit State(Memory* memory = nullptr)
-        : m_state(memory ? lua_newstate(Memory::Allocate, memory) : luaL_newstate()) {}
-    ~State() { Close(); }
-    void Close() {
-        if (m_state) lua_close(std::exchange(m_state, nullptr));
+        : unique_ptr(memory ? lua_newstate(Memory::Allocate, memory) : luaL_newstate(), lua_close) {
+        luaL_openlibs(get());
     }
-    operator lua_State*() const { return m_state; }  // NOLINT(google-explicit-constructor)
+    operator lua_State*() const { return get(); }  // NOLINT(google-explicit-constructor)
 
-    // What a text results in, or the error that ends it; the stack is as before.
+    bool Declare(lua_CFunction declare) const {
+        lua_pushcfunction(get(), declare);
+        return lua_pcall(get(), 0, 0, 0) == LUA_OK || (lua_pop(get(), 1), false);
+    }
+    // What a text results in, or the error that ends it.
     std::string Run(const std::string& text) const {
-        if (luaL_loadstring(m_state, text.c_str()) == LUA_OK) lua_pcall(m_state, 0, 1, 0);
-        const char* const result = lua_tostring(m_state, -1);
-        std::string copy = result ? result : luaL_typename(m_state, -1);
-        lua_pop(m_state, 1);
+        if (luaL_loadstring(get(), text.c_str()) == LUA_OK) lua_pcall(get(), 0, 1, 0);
+        const char* const result = lua_tostring(get(), -1);
+        std::string copy = result ? result : luaL_typename(get(), -1);
+        lua_pop(get(), 1);
+        EXPECT_EQ(lua_gettop(get()), 0) << text;
         return copy;
     }
-    bool Declare(lua_CFunction declare) const {
-        lua_pushcfunction(m_state, declare);
-        const bool declared = lua_pcall(m_state, 0, 0, 0) == LUA_OK;
-        lua_settop(m_state, 0);
-        return declared;
-    }
-
-private:
-    lua_State* m_state;
 };
 
 struct Harbour : Project {
@@ -110,19 +104,16 @@ struct Harbour : Project {
     }
 };
 
-const std::string kCalls = "return dofile '" VX_SOURCE_DIR "/tests/vxdependency/lua_calls.lua'";
-
 TEST(LuaManager, EveryCallEndsAsItShouldHoweverOftenTheCollectorRuns) {
     const Harbour project;
     const LogCapture log;
     for (const bool collectAlways : {false, true}) {
         Memory memory;
         const State state(&memory);
-        luaL_openlibs(state);
         ASSERT_TRUE(state.Declare(initdependency) && state.Declare(initdependency));
         memory.collectAlways = collectAlways;
-        EXPECT_EQ(state.Run(kCalls), "done");
-        EXPECT_EQ(lua_gettop(state), 0);
+        EXPECT_EQ(state.Run("return dofile '" VX_SOURCE_DIR "/tests/vxdependency/lua_calls.lua'"),
+                  "done");
     }
 }
 
@@ -134,8 +125,6 @@ void RunShortOfMemory(lua_CFunction declare, const std::string& script) {
         for (int refused = 0; memory.requests >= refused; ++refused) {
             memory = {};
             const State state(&memory);
-            luaL_requiref(state, "_G", luaopen_base, 1);
-            luaL_requiref(state, "package", luaopen_package, 1);
             memory = {0, refused, recovers ? 2 : 1 << 30};
             if (state.Declare(declare)) {
                 EXPECT_THAT(state.Run(script), AnyOf("done", HasSubstr("memory")));
@@ -177,63 +166,48 @@ TEST(LuaObjects, OutliveTheNativeObjectAndAreTheSameEachTime) {
     auto thing = std::make_unique<Thing>();
     State one;
     const State two;
-    for (const lua_State* const each :
-         {static_cast<lua_State*>(one), static_cast<lua_State*>(two)}) {
-        lua_State* const L = const_cast<lua_State*>(each);
-        luaL_openlibs(L);
+    for (lua_State* const L : {one.get(), two.get()}) {
         DeclareThings(L);
-        vxlua_pushluaobject(L, thing.get());
-        vxlua_pushluaobject(L, thing.get());
+        for (int i = 0; i < 2; ++i) vxlua_pushluaobject(L, thing.get());
         EXPECT_TRUE(lua_rawequal(L, -1, -2));
-        EXPECT_EQ(vxlua_toluaobject(L, -1), thing.get());
         lua_setglobal(L, "thing");
         lua_pop(L, 1);
-        EXPECT_EQ(lua_gettop(L), 0);
     }
-    EXPECT_EQ(two.Run("local t = thing; t:__clear(); t:__clear(); return tostring(t)"),
-              "Thing(released)");
+    EXPECT_EQ(two.Run("thing:__clear() thing:__clear() return tostring(thing)"), "Thing(released)");
     vxlua_pushluaobject(two, thing.get());
-    EXPECT_TRUE(vxlua_isluaobject(two, -1, "Thing")) << "a script may get again what it let go";
-    one.Close();
+    EXPECT_EQ(vxlua_toluaobject(two, -1), thing.get()) << "a script may get again what it let go";
+    one.reset();
     EXPECT_EQ(Thing::alive, 1) << "what a script did not make it does not delete";
     thing.reset();
     EXPECT_FALSE(vxlua_isluaobject(two, -1, "Thing"));
     lua_setglobal(two, "thing");
     EXPECT_THAT(two.Run("return thing:refuse()"), HasSubstr("invalid released object 'self'"));
-    EXPECT_EQ(two.Run("collectgarbage() return tostring(thing)"), "Thing(released)");
 }
 
 TEST(LuaObjects, FailuresOfTheNativeSideAreLoggedAndResultInNothing) {
     LogCapture log;
     State state;
-    luaL_openlibs(state);
     DeclareThings(state);
     EXPECT_EQ(state.Run("thing = require('things').Thing.new() return tostring(thing:refuse())"),
               "false");
     EXPECT_THAT(log.TakeTexts(), ElementsAre("Thing: refused"));
     EXPECT_EQ(state.Run("return #thing:list('a', true) .. #thing:list('b', false)"), "02");
-    EXPECT_EQ(Thing::alive, 1);
-    state.Close();
+    state.reset();
     EXPECT_EQ(Thing::alive, 0);
 }
 
 TEST(LuaArguments, AQuietCountCheckOnlyAnswers) {
-    const State state;
-    constexpr std::array checks = {vxlua_checkargs0, vxlua_checkargs1, vxlua_checkargs2,
-                                   vxlua_checkargs3, vxlua_checkargs4, vxlua_checkargs5};
-    for (int needed = 0; needed < 6; ++needed) {
-        for (int actual = -1; actual < 8; ++actual) {
-            EXPECT_EQ(checks[needed](state, actual, true), actual == needed);
-        }
-    }
+    bool (*const checks[])(lua_State*, int, bool) = {vxlua_checkargs0, vxlua_checkargs1,
+                                                     vxlua_checkargs2, vxlua_checkargs3,
+                                                     vxlua_checkargs4, vxlua_checkargs5};
+    for (int i = 0; i < 6 * 7; ++i) EXPECT_EQ(checks[i / 7](State(), i % 7, true), i / 7 == i % 7);
 }
 
 TEST(LuaManager, BoxesWhatAFolderRefersTo) {
     const Harbour project;
     const auto users = CDependencyManager::GetSingleton().Py_GetFolderDependency("levels", false);
-    ASSERT_EQ(users->Length(), 2U);
-    const auto& tuple = dynamic_cast<const binding::Tuple&>(*users);
-    EXPECT_EQ(tuple.At(1)->Text(), "String(textures/stone.tga)");
+    EXPECT_EQ(dynamic_cast<const binding::Tuple&>(*users).At(1)->Text(),
+              "String(textures/stone.tga)");
 }
 
 }  // namespace
