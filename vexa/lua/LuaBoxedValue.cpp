@@ -137,7 +137,7 @@ int PlainTable(lua_State* L) {
     for (std::size_t i = 0; i < tuple.Length(); ++i) {
         const auto* const text = dynamic_cast<const Str*>(tuple.At(i).Get());
         text ? PushText(L, *text) : PushEntry(L, tuple, i);
-        lua_rawseti(L, -2, static_cast<lua_Integer>(i + 1));
+        lua_rawseti(L, -2, static_cast<lua_Integer>(i) + 1);
     }
     return 1;
 }

@@ -26,7 +26,7 @@ int Close(lua_State* L) {
 }
 
 void PushOwner(lua_State* L) {
-    auto** const owner = static_cast<Holdings**>(lua_newuserdatauv(L, sizeof(Holdings*), 0));
+    auto** const owner = static_cast<Holdings**>(lua_newuserdatauv(L, sizeof(void*), 0));
     *owner = nullptr;
     lua_createtable(L, 0, 1);
     lua_pushcfunction(L, Close);
