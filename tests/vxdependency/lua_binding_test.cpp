@@ -45,10 +45,7 @@ public:
     Thing() { ++alive; }
     ~Thing() override { --alive; }
     static const char* ClsName() { return "Thing"; }
-    static int New(lua_State* L) {
-        vxlua_newluaobject(L, ClsName(), []() -> ScriptObjectBase* { return new Thing(); });
-        return 1;
-    }
+    static ScriptObjectBase* New() { return new Thing(); }
     bool Refuse() { throw std::runtime_error("refused"); }
     binding::AutoRef<binding::Object> List(const std::string& path, bool fail) {
         if (fail) throw std::bad_alloc();
@@ -63,7 +60,9 @@ int DeclareThings(lua_State* L) {
     vxlua_function(L, "__gc", vxlua_collectluaobject);
     vxlua_function(L, "__clear", vxlua_clearluaobject);
     vxlua_function(L, "__tostring", vxlua_luaobjecttostr);
-    vxlua_function(L, "new", Thing::New);
+    vxlua_function(L, "new", [](lua_State* state) {
+        return vxlua_newluaobject(state, Thing::ClsName(), Thing::New), 1;
+    });
     vxlua_function(L, "refuse", LuaMethod<&Thing::Refuse>::Call);
     vxlua_function(L, "list", LuaMethod<&Thing::List>::Call);
     vxlua_endmodule(L);
