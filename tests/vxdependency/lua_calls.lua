@@ -11,6 +11,13 @@ local function equal(actual, expected, what)
   end
 end
 
+-- Before a scan may look at the folder.
+manager:get_dependency(users[1], false)
+os.rename("res/textures/stone.tga", "res/textures/gone.tga")
+equal(table.concat(manager:get_all_dependency("levels/harbour.scene"):totable(), " "),
+      "props/barrel.scene textures/wood.tga textures/stone.tga", "what is missing comes last")
+os.rename("res/textures/gone.tga", "res/textures/stone.tga")
+
 local function fails(call, message)
   local ok, raised = pcall(call)
   equal(not ok and raised:gsub("^[^:]*:%d+: ", ""), message, message)
@@ -25,7 +32,7 @@ local selves = {["nil"] = {}, number = {1}, table = {class}, String = {users[1]}
                 ["released object"] = {released}, userdata = {io.stdout}}
 local others = {string = {number = 5, boolean = true, Tuple = users, ["string with a zero byte"] = "a\0b",
                           CDependencyManager = manager},
-                boolean = {number = 0, string = "true", String = users[1], ["nil"] = nil}}
+                boolean = {number = 0, string = "true", String = users[1]}}
 local methods = {
   {"generate_dependency", {"string"}, "Tuple"},
   {"get_dependency", {"string", "boolean"}, "Tuple"},
@@ -93,11 +100,6 @@ local again = manager:get_dependency(manager:get_dependency("textures/stone.tga"
 assert(users[1] == again[1] and users[1] ~= users[2] and users ~= again and users == users)
 assert(users[1] < users[2] and users[1] <= "q" and not ("q" < users[1]))
 equal("res/" .. users[2] .. "!", "res/textures/stone.tga!", "concatenation")
-manager:get_dependency(users[1], false)
-os.rename("res/textures/stone.tga", "res/textures/gone.tga")
-equal(table.concat(manager:get_all_dependency("levels/harbour.scene"):totable(), " "),
-      "props/barrel.scene textures/wood.tga textures/stone.tga", "what is missing comes last")
-os.rename("res/textures/gone.tga", "res/textures/stone.tga")
 for _, wrong in ipairs {"a[1] = 1", "b = a < a", "b = a .. ''", "pairs(a[1])", "a[1].text(a)", "b = a[1] < 1"} do
   assert(not pcall(load("local a, b = ... " .. wrong), users), wrong)
 end
