@@ -6,6 +6,10 @@ find_package(fmt REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(tsl-robin-map REQUIRED)
 find_package(Boost REQUIRED COMPONENTS filesystem)
+find_package(Lua 5.4 EXACT REQUIRED)
+add_library(vx::lua INTERFACE IMPORTED GLOBAL)
+set_target_properties(vx::lua PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${LUA_INCLUDE_DIR}"
+                      INTERFACE_LINK_LIBRARIES "${LUA_LIBRARIES}")
 
 # LMDB, RapidJSON and xxHash come without a usable CMake package on Debian 12.
 function(vx_plain_library target header library)

@@ -30,6 +30,7 @@ constexpr char kExamples[] =
     "  vxdep undo                             take that back\n"
     "  vxdep export > graph.json              the whole graph, for other tools\n"
     "  vxdep check                            does the store match the files?\n"
+    "  vxdep lua report.lua 10                run a script, with arguments of its own\n"
     "\n"
     "Answers go to standard output, one path a line, relative to res/ and sorted by byte; all "
     "else\n"
@@ -88,6 +89,7 @@ ExitCode RunCommandLine(int argc, char** argv) {
     AddUndoCommand(app, options, action);
     AddRmCommand(app, options, action);
     AddCheckCommand(app, options, action);
+    AddLuaCommand(app, options, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -32,5 +32,6 @@ void AddRenameCommand(CLI::App& app, const GlobalOptions& options, Action& actio
 void AddUndoCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddRmCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddCheckCommand(CLI::App& app, const GlobalOptions& options, Action& action);
+void AddLuaCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 
 }  // namespace vxdep

@@ -7,6 +7,9 @@ namespace vxdep {
 // stream that the caller closed, and that a reader that goes away shows as a failed write.
 void PrepareStandardStreams();
 
+// True when standard output is a pipe from which nobody will read any more.
+bool ReaderOfStandardOutputIsGone();
+
 // True when standard error is a terminal that can overwrite a line.
 bool StandardErrorIsTerminal();
 

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -28,6 +29,11 @@ void PrepareStandardStreams() {
         const int flags = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
         if (open("/dev/null", flags) == -1) std::abort();
     }
+}
+
+bool ReaderOfStandardOutputIsGone() {
+    pollfd output{STDOUT_FILENO, 0, 0};
+    return poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 bool StandardErrorIsTerminal() {

@@ -99,7 +99,8 @@ class Streams(ProjectCase):
         self.succeed("scan")
 
     def test_a_reader_that_goes_away(self):
-        for command in ("export", "check", "rdeps stone.tga"):
+        (self.root / "many.lua").write_text("for i = 1, 1e5 do print(i) end")
+        for command in ("export", "check", "rdeps stone.tga", "lua many.lua"):
             for trap in ("", "trap '' PIPE; "):
                 status = self.base / "status"
                 script = "%s{ %s %s; echo $? >%s; } | head -c 1" % (trap, VXDEP, command, status)

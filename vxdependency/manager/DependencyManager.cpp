@@ -114,11 +114,15 @@ CDependencyManager::CDependencyManager() {
 }
 
 CDependencyManager::~CDependencyManager() {
+    const bool isSingleton = g_singleton.load() == this;
+    // A scan that slept at the gate would keep a worker from everybody else's jobs; when the
+    // singleton goes, there are none left to come.
+    if (m_scanner && !isSingleton) m_scanner->PauseAndWait();
     // The scanner itself is left alive: its threads cannot be joined and sleep at the gate.
     if (m_scanner) m_scanner->Gate().Shut();
     GeneralDependency::Instance()->Close();
     // Only the singleton owns the generators; a further manager leaves them to it.
-    if (g_singleton.load() != this) return;
+    if (!isSingleton) return;
     GeneratorRegistry::Instance().DeleteAll();
     g_singleton = nullptr;
 }

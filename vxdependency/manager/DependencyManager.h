@@ -13,12 +13,14 @@
 #include "vexa/Export.h"
 #include "vexa/common/FileService.h"
 #include "vexa/core/Signal.h"
+#include "vexa/lua/BindingObject.h"
 #include "vexa/lua/ScriptObject.h"
 #include "vxdependency/rename/PendingRenames.h"
 #include "vxdependency/scanner/FileInfoData.h"
 #include "vxdependency/store/Findings.h"
 
 class DependencyScanner;
+struct lua_State;
 
 namespace vexa {
 
@@ -208,6 +210,17 @@ public:
     // a file (a key) have been dealt with, which means something only while one is.
     const PendingRenames& GetPendingRenames() const { return m_renames; }
     void MarkRewritten(const std::string& key);
+
+    // --- scripts (see docs/lua.md) ---
+
+    // The operations of the same names, with their results in a tuple of strings for a script.
+    // GetAllDependency's second list follows its first. They throw what the operations throw.
+    binding::AutoRef<binding::Object> Py_GenerateDependency(const std::string& path);
+    binding::AutoRef<binding::Object> Py_GetDependency(const std::string& path, bool inverse);
+    binding::AutoRef<binding::Object> Py_GetAllDependency(const std::string& path);
+    binding::AutoRef<binding::Object> Py_GetFolderDependency(const std::string& path, bool inverse);
+    // Adds the script methods to the class that is open (see vexa/lua/LuaBinding.h).
+    static void InitializeLuaClass(lua_State* L);
 
     // --- paths ---
 

@@ -115,6 +115,13 @@ void DependencyScanner::Pause() {
     m_running = false;
 }
 
+void DependencyScanner::PauseAndWait() {
+    Pause();
+    for (int requested = m_requested; requested > 0; requested = m_requested) {
+        m_requested.wait(requested);
+    }
+}
+
 void DependencyScanner::Submit() {
     constexpr unsigned char kAnyWorker = 255;
     vexa::job_release(
@@ -132,7 +139,9 @@ void DependencyScanner::RunJob() {
     vexa::vxThread<0>::Handle.post(
         [] { CDependencyManager::GetSingleton().Emit<CDependencyManager::ScanFinished>(); });
     // One that was asked for meanwhile comes now, as a job of its own.
-    if (m_requested.fetch_sub(1) > 1) Submit();
+    const bool another = m_requested.fetch_sub(1) > 1;
+    m_requested.notify_all();
+    if (another) Submit();
 }
 
 std::int32_t DependencyScanner::GetScanProgress() const {
@@ -145,6 +154,10 @@ std::int32_t DependencyScanner::GetScanElapsedSecond() const {
 
 bool DependencyScanner::IsScanningFinshed() const {
     return m_finished;
+}
+
+bool DependencyScanner::IsScanning() const {
+    return m_requested > 0;
 }
 
 ScanStatistics DependencyScanner::GetStatistics() const {

@@ -54,10 +54,13 @@ public:
     // Stops the scan after the file that it is at; what is done is kept. It is not resumed: the
     // next Exec starts anew, and passes over what is up to date.
     void Pause();
+    // Pause, and returns when no scan runs or waits any more. Must not be called from a job.
+    void PauseAndWait();
 
     std::int32_t GetScanProgress() const;  // percent
     std::int32_t GetScanElapsedSecond() const;
     bool IsScanningFinshed() const;  // true once a scan has gone through everything
+    bool IsScanning() const;         // a scan was asked for that has not ended
     ScanStatistics GetStatistics() const;
 
     // The files found so far with an extension (".xml", "" for names without one).
