@@ -176,8 +176,8 @@ std::string RenameOperation::PlaceOf(const std::string& key) const {
 
 // --- planning ---
 
-void RenameOperation::AddProblem(std::string problem) {
-    m_plan.problems.push_back(std::move(problem));
+void RenameOperation::AddProblem(const std::string& problem) {
+    m_plan.problems.push_back(problem);
 }
 
 std::string RenameOperation::NameNow(const std::string& oldKey) const {

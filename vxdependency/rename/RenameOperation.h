@@ -67,7 +67,7 @@ public:
     // What the store has recorded for a file under its old name.
     List Recorded(const std::string& key, bool inverse) const;
     // Notes what keeps a companion from being moved.
-    void AddProblem(std::string problem);
+    void AddProblem(const std::string& problem);
 
 private:
     struct Followed {
