@@ -197,6 +197,24 @@ class Dependents(Renaming):
         self.assertTrue(all(path.read_bytes() == renamed for path in self.res.glob("many/*/*")))
         self.undo(before)
 
+    def test_a_folder_s_users_are_not_read_once_for_each_of_its_files(self):
+        names = [f"kit/{number}.tga" for number in range(100)]
+        for name in names:
+            self.write(name)
+        size = 20 * self.write("levels/0.scene", scene(*names) + b" " * 100_000).stat().st_size
+        for number in range(1, 20):
+            shutil.copy(self.res / "levels/0.scene", self.res / f"levels/{number}.scene")
+        self.succeed("-q", "scan")
+        with subprocess.Popen(self.command("-q", "rename", "kit", "set"), cwd=self.root,
+                              stdout=subprocess.DEVNULL) as process:
+            os.waitid(os.P_PID, process.pid, os.WEXITED | os.WNOWAIT)
+            with open(f"/proc/{process.pid}/io", encoding="ascii") as counts:
+                done = dict(line.split(": ") for line in counts.read().splitlines())
+        self.assertEqual(process.returncode, 0)
+        self.assertLess(int(done["rchar"]), 4 * size)
+        self.assertLess(int(done["wchar"]), 2 * size)
+        self.assertEqual(len(self.graph()["levels/7.scene"]), 100)
+
     def test_git_shows_only_the_changed_references(self):
         documents = {
             "levels/odd.scene": b"\xef\xbb\xbf<?xml version='1.0'?>\r\n<S  a = 'x &lt;&#65;' >\r\n\t<!-- textures/stone.tga -->"

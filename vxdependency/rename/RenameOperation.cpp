@@ -203,6 +203,7 @@ RenameOperation::List RenameOperation::Recorded(const std::string& key, bool inv
 
 void RenameOperation::Plan(const RenameOptions& options) {
     const std::uint64_t failures = ReadFailuresOfThisThread();
+    m_edges.emplace(Store().Database());
     MoveCompanions();
     FindDependents();
     const List concerned = FindConcerned();
@@ -217,6 +218,7 @@ void RenameOperation::Plan(const RenameOptions& options) {
         Read(file);
         if (!goOn()) return AddProblem("interrupted");
     }
+    m_edges.reset();
     for (const std::string& failure : m_overlay->GetFailures()) AddProblem(failure);
     // Which one, the log says.
     if (ReadFailuresOfThisThread() != failures)
@@ -289,7 +291,10 @@ RenameOperation::List RenameOperation::FindConcerned() {
 void RenameOperation::Read(const std::string& file) {
     std::unique_ptr<FileReading> reading = m_manager.ReadReferences(file);
     if (reading) {
-        const ConcernedFile concerned{NameBefore(file), file, Recorded(file, false), reading->list};
+        const std::string before = NameBefore(file);
+        const ConcernedFile concerned{before, file,
+                                      m_edges->EdgesOf(before, vxdependency::Direction::Forward),
+                                      reading->list};
         CompareReferences(concerned, m_renames, m_disk, m_plan);
     }
     const os::FileIdentity identity = m_overlay->IdentityOfContents(file);

@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "vexa/journal/OverlayFiles.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/rename/RenamePlan.h"
+#include "vxdependency/store/EdgeReader.h"
 
 namespace vexa {
 
@@ -104,6 +106,7 @@ private:
     std::unique_ptr<OverlayFiles> m_overlay;
     std::unique_ptr<FileServiceUse> m_use;
 
+    std::optional<vxdependency::EdgeReader> m_edges;  // of the store before the rename
     std::vector<Followed> m_followed;
     List m_vanished;  // keys below a moved folder of which no file is left
     std::vector<std::pair<std::string, std::size_t>> m_dependents;  // new key, and whose it is
