@@ -75,11 +75,13 @@ class Program(LuaCase):
 
 
 class Examples(LuaCase):
+    tree = os.environ.get("VX_LUA_TREE", SOURCES / "examples/harbour")
+
     def setUp(self):
         super().setUp()
         shutil.rmtree(self.res)
         shutil.rmtree(self.root / "builtin")
-        shutil.copytree(SOURCES / "examples/harbour/res", self.res)
+        shutil.copytree(pathlib.Path(self.tree, "res"), self.res, symlinks=True)
         for name in ("textures/new one's.png", "sprites/b.TGA"):
             self.write(name)
         self.succeed("-q", "scan")
@@ -104,9 +106,10 @@ class Examples(LuaCase):
         images = sorted(str(path.relative_to(self.res)) for path in self.res.rglob("*.*")
                         if path.suffix.lower() in (".png", ".tga"))
         unused = [path for path in images if path not in self.graph["inverse"]]
-        self.assertEqual(unused, ["sprites/b.TGA", "textures/new one's.png"])
+        self.assertLessEqual({"sprites/b.TGA", "textures/new one's.png"}, set(unused))
         self.assertEqual(self.run_both("unused_textures.lua"), unused)
-        self.assertEqual(self.run_both("unused_textures.lua", "textures/"), unused[1:])
+        self.assertEqual(self.run_both("unused_textures.lua", "textures/"),
+                         [path for path in unused if path.startswith("textures/")])
 
     def test_heaviest_levels(self):
         files = [str(path.relative_to(self.res)) for path in self.res.rglob("*.[st]*")
