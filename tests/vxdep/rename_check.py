@@ -155,7 +155,8 @@ class Judge:
                 return True
             if extension_of(user) != "nfx" and key not in self.before.graph.get(user, []):
                 continue
-            for base in (stem_of, lambda path: path.rpartition(".")[0], lambda path: os.path.dirname(path) + "/"):
+            for base in (stem_of, lambda path: path.rpartition(".")[0],
+                         lambda path: os.path.dirname(path) + "/"):
                 mine, its = base(user), base(place)
                 if key.startswith(mine) and target == its + key[len(mine):]:
                     return True
@@ -217,7 +218,8 @@ class Judge:
         awaiting = {self.moved(key) for key, texts in self.before.texts.items() if not all(texts.values())}
         appearing = {(edge["file"], edge["resource"]) for edge in self.plan["appearing"]}
         made = found - set(expected)
-        require(appearing == made, f"appearing as told alone: {appearing - made}, in fact: {made - appearing}")
+        require(appearing == made,
+                f"appearing as told alone: {appearing - made}, in fact: {made - appearing}")
         for key, entry in made:
             require(key in losers or key in awaiting, f"new edge: {key, entry}")
 
@@ -346,8 +348,8 @@ def main():
     with tempfile.TemporaryDirectory() as place:
         root = pathlib.Path(place, "project")
         shutil.copytree(options.project, root, symlinks=True, ignore=shutil.ignore_patterns("temp"))
-        session = Session(os.path.abspath(options.vxdep), root, (options.builtin or root / "builtin").absolute(),
-                          random.Random(seed))
+        builtin = (options.builtin or root / "builtin").absolute()
+        session = Session(os.path.abspath(options.vxdep), root, builtin, random.Random(seed))
         try:
             session.rename_some(10 * scale, session.pick_file)
             session.rename_some(scale, session.pick_folder)

@@ -12,7 +12,8 @@ from rename_check import Contents, in_memory
 from support import ProjectCase, ordinary_signals, scene
 
 XML_RULES = """{"scene": {"name_list": [
-    {"element": "Ref", "attribute": "path", "type": 2}, {"element": "Rel", "attribute": "path", "type": 1}]}}"""
+    {"element": "Ref", "attribute": "path", "type": 2},
+    {"element": "Rel", "attribute": "path", "type": 1}]}}"""
 JSON_RULES = '{"part": {"name_list": [{"member": "uri", "strategy": 1}]}}'
 CAP_DAC_OVERRIDE, PR_CAPBSET_DROP = 1, 24
 
@@ -129,8 +130,10 @@ class Names(Renaming):
     def test_what_cannot_be_done(self):
         self.write("textures/stone.tga.vxmeta")
         self.write("levels/x.tga.vxmeta")
-        cases = [("textures/none.tga", "x.tga", "none.tga"), ("textures/stone.tga", "textures/wood.tga", "exists"),
-                 ("textures/stone.tga", "../x.tga", "../x.tga"), ("textures", "textures/below", "into itself"),
+        cases = [("textures/none.tga", "x.tga", "none.tga"),
+                 ("textures/stone.tga", "textures/wood.tga", "exists"),
+                 ("textures/stone.tga", "../x.tga", "../x.tga"),
+                 ("textures", "textures/below", "into itself"),
                  ("textures/stone.tga", "textures/stone.tga", "stone.tga"),
                  ("textures/stone.tga", "textures/wood.tga/x.tga", "wood.tga"),
                  ("textures/stone.tga", "levels/x.tga", "levels/x.tga.vxmeta"),
@@ -160,7 +163,8 @@ class Dependents(Renaming):
     def test_one_that_may_not_be_written(self):
         (self.res / "props/barrel.scene").chmod(0o444)
         before = self.contents()
-        result = self.run_vxdep("rename", "textures/wood.tga", "textures/oak.tga", preexec_fn=obey_permissions)
+        result = self.run_vxdep("rename", "textures/wood.tga", "textures/oak.tga",
+                                preexec_fn=obey_permissions)
         self.assertEqual((result.code, result.out), (1, b""), result.err)
         self.assertIn("props/barrel.scene", result.err)
         self.assertEqual(self.contents(), before)
@@ -190,7 +194,8 @@ class Dependents(Renaming):
 
     def test_ten_thousand(self):
         for number in range(10_000):
-            self.write(f"many/{number % 100}/{number}.scene", scene("textures/stone.tga", "textures/wood.tga"))
+            self.write(f"many/{number % 100}/{number}.scene",
+                       scene("textures/stone.tga", "textures/wood.tga"))
         before = self.contents()
         self.assertEqual(len(self.rename("textures/stone.tga", "textures/rock.tga")["edits"]), 10_001)
         renamed = scene("textures/rock.tga", "textures/wood.tga")
@@ -217,10 +222,11 @@ class Dependents(Renaming):
 
     def test_git_shows_only_the_changed_references(self):
         documents = {
-            "levels/odd.scene": b"\xef\xbb\xbf<?xml version='1.0'?>\r\n<S  a = 'x &lt;&#65;' >\r\n\t<!-- textures/stone.tga -->"
-                                b"\r\n\t<Ref b='&apos;'  path = 'textures/sto&#110;e.tga' c=\"\t\"/>\r\n</S  >\r\n\r\n",
-            "levels/odd.part": b"\xef\xbb\xbf{\r\n\t// stone.tga\r\n\t\"n\" : 1.50e0,\t\"uri\":[ \"..\\/textures\\/sto\\u006ee.tga\" ,"
-                               b"\r\n\"../props/barrel.scene\"]\r\n}",
+            "levels/odd.scene": b"\xef\xbb\xbf<?xml version='1.0'?>\r\n<S  a = 'x &lt;&#65;' >\r\n"
+                                b"\t<!-- textures/stone.tga -->\r\n\t<Ref b='&apos;'  path = "
+                                b"'textures/sto&#110;e.tga' c=\"\t\"/>\r\n</S  >\r\n\r\n",
+            "levels/odd.part": b"\xef\xbb\xbf{\r\n\t// stone.tga\r\n\t\"n\" : 1.50e0,\t\"uri\":"
+                               b"[ \"..\\/textures\\/sto\\u006ee.tga\" ,\r\n\"../props/barrel.scene\"]\r\n}",
         }
         for key, data in documents.items():
             self.write(key, data)
@@ -231,7 +237,8 @@ class Dependents(Renaming):
         self.git("add", "res")
         changes = self.git("diff", "--cached", "-M", "--numstat", "--", "res").splitlines()
         self.assertEqual(changes, ["1\t1\tres/levels/harbour.scene", "1\t1\tres/levels/odd.part",
-                                   "1\t1\tres/levels/odd.scene", "0\t0\tres/textures/{stone.tga => rock.tga}"])
+                                   "1\t1\tres/levels/odd.scene",
+                                   "0\t0\tres/textures/{stone.tga => rock.tga}"])
         for key, data in documents.items():
             lines = zip(data.split(b"\n"), (self.res / key).read_bytes().split(b"\n"), strict=True)
             (old, new), = [pair for pair in lines if pair[0] != pair[1]]
