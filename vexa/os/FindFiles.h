@@ -43,4 +43,12 @@ namespace vexa::os {
 // further look at the disk where the platform's search already knows.
 FileState StateOfFound(std::intptr_t handle);
 
+// What tells that entry from all others of its file system as long as it exists, under whatever
+// name; 0 where the platform does not say.
+std::uint64_t IdentityOfFound(std::intptr_t handle);
+
+// Whether what walks a tree goes into an entry: the folder attribute stands alone (so that no ring
+// of links can form), and the name holds no backslash.
+bool IsDescended(unsigned attributes, const char* name);
+
 }  // namespace vexa::os

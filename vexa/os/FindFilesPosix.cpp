@@ -24,6 +24,7 @@ struct Search {
     std::string pattern;                              // of the last component; empty matches all
     int failure = ENOENT;                             // what the end of the search reports
     vexa::FileState found;
+    std::uint64_t identity = 0;  // of what was found
 };
 
 bool HasWildcards(std::string_view name) {
@@ -61,6 +62,7 @@ bool Matches(std::string_view name, std::string_view pattern) {
 void Fill(const struct stat& entry, DWORD attributes, const char* name, Search& search,
           _finddata64i32_t& data) {
     search.found = StateOf(entry);
+    search.identity = entry.st_ino;
     data.attrib = attributes;
     data.time_create = entry.st_ctim.tv_sec;
     data.time_access = entry.st_atim.tv_sec;
@@ -164,6 +166,14 @@ namespace vexa::os {
 
 FileState StateOfFound(std::intptr_t handle) {
     return SearchOf(handle)->found;
+}
+
+std::uint64_t IdentityOfFound(std::intptr_t handle) {
+    return SearchOf(handle)->identity;
+}
+
+bool IsDescended(unsigned attributes, const char* name) {
+    return attributes == FILE_ATTRIBUTE_DIRECTORY && std::strchr(name, '\\') == nullptr;
 }
 
 }  // namespace vexa::os

@@ -7,14 +7,9 @@
 #include <new>
 
 #include "vexa/os/FindFiles.h"
-#include "vexa/os/WindowsApi.h"
 #include "vexa/threading/JobSystem.h"
 
 namespace {
-
-bool IsDescended(const _finddata64i32_t& data) {
-    return data.attrib == FILE_ATTRIBUTE_DIRECTORY && !std::strchr(data.name, '\\');
-}
 
 bool IsSelfOrParent(const char* name) {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
@@ -29,7 +24,7 @@ void List(ListedFolder& folder) {
     }
     do {
         if (IsSelfOrParent(data.name)) continue;
-        if (IsDescended(data)) {
+        if (vexa::os::IsDescended(data.attrib, data.name)) {
             folder.folders.push_back(std::make_unique<ListedFolder>());
             folder.folders.back()->path = folder.path + "\\" + data.name;
         } else {
