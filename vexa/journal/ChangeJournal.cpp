@@ -109,6 +109,7 @@ bool ChangeJournal::Begin(std::chrono::milliseconds patience) {
     RemoveTree(PathOf(Folder::Plan));
     RemoveTree(m_directory + kTrash);
     m_changes = {};
+    m_applied = false;
     if (MakeFolders(StagingFolder()) && MakeFolders(PathOf(Folder::Plan) + "/old")) return true;
     return Fail(PathOf(Folder::Plan) + ": cannot be made: " + ErrnoText());
 }
