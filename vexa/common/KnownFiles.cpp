@@ -26,12 +26,12 @@ void KnownFiles::AddUnknown(std::string_view key) {
 
 KnownFiles::Answer KnownFiles::Find(std::string_view key) const {
     if (m_files.count(HashOf(key)) != 0) return Answer::Yes;
-    if (m_unknown.empty()) return Answer::No;
+    if (m_unknown.empty()) return m_otherwise;
     for (std::size_t end = 0; end != std::string_view::npos;) {
         end = key.find('/', end + 1);
         if (m_unknown.count(HashOf(key.substr(0, end))) != 0) return Answer::AskDisk;
     }
-    return Answer::No;
+    return m_otherwise;
 }
 
 KnownFiles::Use::Use(const KnownFiles& files) : m_before(std::exchange(t_inUse, &files)) {}

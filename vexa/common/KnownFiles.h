@@ -22,11 +22,16 @@ class KnownFiles {
 public:
     enum class Answer { Yes, No, AskDisk };
 
+    // `otherwise` is the answer for what was not added.
+    explicit KnownFiles(Answer otherwise = Answer::No) : m_otherwise(otherwise) {}
+
     void Add(std::string_view key);
     // What the walk did not look into: the disk is asked about it and what lies below.
     void AddUnknown(std::string_view key);
 
     Answer Find(std::string_view key) const;
+    // Whether it tells of the whole tree.
+    bool IsComplete() const { return m_otherwise == Answer::No; }
 
     class Use {
     public:
@@ -47,6 +52,7 @@ private:
     struct Identity {
         std::size_t operator()(std::uint64_t hash) const { return hash; }
     };
+    Answer m_otherwise;
     tsl::robin_set<std::uint64_t, Identity> m_files;
     tsl::robin_set<std::uint64_t, Identity> m_unknown;
 };

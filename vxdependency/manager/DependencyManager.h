@@ -272,6 +272,7 @@ private:
     void AppendStoredForm(const std::string& key, const List& entries, List& out);
     void StoreList(const std::string& key, const std::string& oldKey, bool renamed,
                    const List& list);
+    void NoteTargets(const List& list);
     void StoreState(const std::string& key, const FileLook& look, const GenerationResult& result);
     void RemoveFile(const std::string& key);
     void BindingFiles(const std::string& path, bool isExplicit, List& out);

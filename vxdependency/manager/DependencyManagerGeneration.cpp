@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "vexa/common/InterfaceBox.h"
+#include "vexa/common/KnownFiles.h"
 #include "vexa/common/Log.h"
 #include "vexa/common/ReadFailures.h"
 #include "vexa/os/FindFiles.h"
@@ -62,6 +63,16 @@ void WarnUnlisted(const std::string& directory) {
 void WarnUnreadable(const std::string& key) {
     LogWarning("%s: cannot be read%s", key.c_str(),
                Files().FileExists(key) ? "" : ": there is no such file");
+}
+
+// Whether a walk comes by, which does not go through links and write-protected folders.
+bool IsWalked(const std::string& key) {
+    for (std::size_t slash = key.find('/'); slash != std::string::npos;
+         slash = key.find('/', slash + 1)) {
+        const std::string folder = Files().AbsolutePath(key.substr(0, slash));
+        if (!os::IsDescended(GetFileAttributesA(folder.c_str()), "")) return false;
+    }
+    return true;
 }
 
 bool HoldsSeparator(const std::string& text) {
@@ -167,6 +178,19 @@ void CDependencyManager::StoreList(const std::string& key, const std::string& ol
     if (!list.empty()) Store().SetDependency(key, list, GeneralDependency::kBoth);
 }
 
+// The catalogue has to know every file that a list names, or nobody who compares it with the tree
+// would notice when one goes. What it has not met yet is entered as of no time, which the next
+// comparison mends; a scan enters all files by itself.
+void CDependencyManager::NoteTargets(const List& list) {
+    const KnownFiles* const known = KnownFiles::OfThisThread();
+    if (known && known->IsComplete()) return;
+    for (const std::string& target : list) {
+        CatalogueEntry entry;
+        const bool isNew = !Store().FindFile(target, entry) && Files().FileExists(target);
+        if (isNew && IsWalked(target)) Store().SetFile(target, {});
+    }
+}
+
 void CDependencyManager::StoreState(const std::string& key, const FileLook& look,
                                     const GenerationResult& result) {
     Store().SetTimeStamp(Files().AbsolutePath(key), look.seconds);
@@ -205,6 +229,7 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     result.preliminary = reading->preliminary;
     result.dependencies = std::move(reading->list);
     StoreList(key, oldKey, !second.empty(), result.dependencies);
+    NoteTargets(result.dependencies);
     StoreState(key, before, result);
     // Without a stamp it counts as stale, and is read again though it does not change.
     if (reading->preliminary) Invalidate({key});
@@ -417,9 +442,15 @@ void CDependencyManager::RemoveFile(const std::string& key) {
 
 bool CDependencyManager::Forget(const List& keys) {
     if (keys.empty()) return true;
-    const List affected = FilesAffected({}, keys);
     vxdependency::StoreBatch batch(&Store());
-    Invalidate(affected);
+    List affected;
+    {
+        // A query that has read one of them just before it went stores that first.
+        const std::lock_guard lock(ManagerMutex());
+        Store().FlushOtherBatch();
+        affected = FilesAffected({}, keys);
+        Invalidate(affected);
+    }
     for (const std::string& key : keys) {
         const std::lock_guard lock(ManagerMutex());
         Store().FlushOtherBatch();

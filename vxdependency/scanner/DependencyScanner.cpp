@@ -20,7 +20,9 @@
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/manager/ManagerMutex.h"
 #include "vxdependency/scanner/FolderWalk.h"
+#include "vxdependency/scanner/RescanPlan.h"
 #include "vxdependency/scanner/ScanWalk.h"
+#include "vxdependency/scanner/StepRequests.h"
 #include "vxdependency/store/GeneralDependency.h"
 #include "vxdependency/store/GraphReader.h"
 
@@ -94,7 +96,10 @@ void WarnOfCollisions(const CollidingPairs& pairs) {
 DependencyScanner::DependencyScanner()
     : m_buckets(8),
       m_watcher(std::make_unique<vexa::vxio::FileSystemWatcher>()),
-      m_gate(std::make_unique<vexa::StepGate>()) {
+      m_gate(std::make_unique<vexa::StepGate>()),
+      m_steps(std::make_unique<StepRequests>()),
+      m_rescan(std::make_unique<RescanPlan>()),
+      m_recheck(std::make_unique<RescanPlan>()) {
     const std::set<std::string> roots = CDependencyManager::GetAllRoots();
     m_roots.insert(roots.begin(), roots.end());
     for (const std::string& root : m_roots) m_watcher->WatchDirectory(root);
@@ -138,6 +143,7 @@ void DependencyScanner::RunJob() {
     }
     vexa::vxThread<0>::Handle.post(
         [] { CDependencyManager::GetSingleton().Emit<CDependencyManager::ScanFinished>(); });
+    ++m_scansEnded;
     // One that was asked for meanwhile comes now, as a job of its own.
     const bool another = m_requested.fetch_sub(1) > 1;
     m_requested.notify_all();
@@ -178,26 +184,6 @@ std::vector<FileInfoData> DependencyScanner::GetFileListBySuffix(const char* suf
 bool DependencyScanner::SyncRename(std::string source, std::string destination) {
     if (!InterfaceBox::Instance().GetFileService().GetState(source).exists) return false;
     return CDependencyManager::GetSingletonPtr()->MoveAndRename(source, destination);
-}
-
-void DependencyScanner::Monitor() {
-    LogError("Changes on disk are not followed: this version cannot watch files.");
-}
-
-void DependencyScanner::DoWatch(bool on) {
-    m_watching = on;
-    if (!on) m_watchStopped = true;
-    std::function<void(bool)> callback;
-    {
-        const std::lock_guard lock(m_guard);
-        callback = m_updateUi;
-    }
-    callback(!on);
-}
-
-void DependencyScanner::RegisterUpdateDependencyUIFunction(std::function<void(bool)> callback) {
-    const std::lock_guard lock(m_guard);
-    m_updateUi = std::move(callback);
 }
 
 void DependencyScanner::SetWaitingFile(const std::string& path) {
@@ -264,7 +250,10 @@ void DependencyScanner::Scan() {
     walk.startMs = vexa::os::WallClockMs();
     m_progress = 0;
     m_elapsed = 0;
+    ++m_scansBegun;
     Publish(walk);
+    // So that what changes behind the walk is seen.
+    if (m_monitoring) ArmWatcher();
     Prepare(walk);
     const bool complete = walk.walked && ReadFiles(walk);
     if (walk.statistics.regenerated > 0 || walk.statistics.removed > 0) {
@@ -403,7 +392,8 @@ void DependencyScanner::ReadFile(const FileInfoData& record, ScanWalk& walk) {
     const bool expected = record.change == FileInfoData::Change::Changed;
     const vexa::GenerationResult result = CDependencyManager::GetSingletonPtr()->Regenerate(
         relative, "", current ? &look : nullptr, expected ? walk.ahead->Take(relative) : nullptr);
-    if (!result.dependencies.empty() && !result.preliminary) Store().SetTimeStamp(record.path, record.timestamp);
+    if (!result.dependencies.empty() && !result.preliminary)
+        Store().SetTimeStamp(record.path, record.timestamp);
     if (result.generated) ++walk.statistics.regenerated;
     Publish(walk);
 }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -19,8 +21,22 @@ class IHeartbeat;
 class StepGate;
 }  // namespace vexa
 
+class RescanPlan;
+class StepRequests;
+class TreeUpdate;
+struct AppliedChange;
+struct ChangeBatch;
 struct ListedFolder;
 struct ScanWalk;
+
+// What the scanner is about, as far as changes are concerned.
+enum class FollowState : std::uint8_t {
+    Idle,        // changes are not followed
+    Paused,      // DoWatch(false)
+    Scanning,    // a scan runs; changes are followed beside it
+    Rescanning,  // changes may have been missed: the tree is compared with the store
+    Watching,
+};
 
 // What the scan that is running, or ran last, has done so far.
 struct ScanStatistics {
@@ -71,11 +87,36 @@ public:
     // `source`.
     bool SyncRename(std::string source, std::string destination);
 
-    // Change monitoring.
+    // Follows changes on disk from now on, on a thread of its own that lives as long as the
+    // process: what is added or modified is read, what is removed is forgotten, what is moved is
+    // renamed by the manager, which rewrites the files that refer to it. It looks at every folder
+    // first. An error is logged when the tree cannot be watched. Later calls do nothing.
     void Monitor();
+    bool IsMonitoring() const { return m_monitoring; }
+    // Stops and resumes following. What happens in between is not followed one by one (no
+    // references are rewritten): the first changes after it are dropped, and the tree is compared
+    // with the store. Calls the UI function with the opposite of `on`; std::bad_function_call
+    // without one.
     void DoWatch(bool on);
-    // Called with true when a batch of renames begins, with false when it ends.
+    // Called with true when a batch of renames or a comparison of the whole tree begins, with false
+    // when it ends, on the change thread; and by DoWatch.
     void RegisterUpdateDependencyUIFunction(std::function<void(bool)> callback);
+    // Called on the change thread for each change that the store has taken over.
+    void RegisterChangeFunction(std::function<void(const AppliedChange&)> callback);
+    // Waits until everything that happened on disk before the call is in the store. False when it
+    // takes longer than `timeout`, or changes are not followed. Must not be called on the change
+    // thread, nor by a job; during a scan it waits for the scan's end.
+    bool WaitUntilCaughtUp(std::chrono::milliseconds timeout);
+    FollowState GetFollowState() const;
+
+    // The change thread: at intervals of half a second, a step. Never returns.
+    void ThreadProcessChanges();
+    // One step of it: takes over what the watcher has collected. For the change thread alone, or
+    // for who drives the loop in its place.
+    void ProcessStep();
+    // What watches the roots. Which way it takes is to be said before Monitor.
+    vexa::vxio::FileSystemWatcher& Watcher() { return *m_watcher; }
+
     // WaitingFileScanFinished is posted when a scan has dealt with this file.
     void SetWaitingFile(const std::string& path);
 
@@ -83,6 +124,24 @@ public:
     vexa::StepGate& Gate() { return *m_gate; }
 
 private:
+    static unsigned long ThreadProc(void* scanner);
+    void ProcessChanges(std::vector<vexa::vxio::DirectoryChangeParam>& changes);
+    bool ArmWatcher();
+    void TakePending(bool scanning);
+    void TakeBatch(const ChangeBatch& batch);
+    void LookAgainAt(const ChangeBatch& batch);
+    void TakeRenames(const ChangeBatch& batch);
+    bool TakeRename(const std::string& oldKey, const std::string& newKey);
+    void LookAgain();
+    void NoteWhatMayBeMissed();
+    void CompareIfDue();
+    void Rescan();
+    void CompareTree(RescanPlan& plan);
+    void WantRescan(const std::string& reason);
+    void TakeOver(TreeUpdate& update, const std::set<std::string>& renamed = {});
+    void TellChange(const AppliedChange& change);
+    void TellUi(bool busy);
+
     void Submit();
     void RunJob();
     void Scan();
@@ -118,11 +177,25 @@ private:
     std::atomic<std::int32_t> m_progress{0};
     std::atomic<std::int32_t> m_elapsed{0};
 
-    mutable std::mutex m_guard;  // the three that follow
+    mutable std::mutex m_guard;  // the four that follow
     std::function<void(bool)> m_updateUi;
+    std::function<void(const AppliedChange&)> m_tellChange;
     std::string m_waitingFile;
     ScanStatistics m_statistics;
 
     std::atomic<int> m_requested{0};  // scans asked for and not ended
     std::unique_ptr<vexa::StepGate> m_gate;
+
+    std::mutex m_armGuard;
+    std::atomic<bool> m_monitoring{false};
+    std::atomic<bool> m_rescanning{false};
+    std::atomic<int> m_scansBegun{0};
+    std::atomic<int> m_scansEnded{0};
+    std::unique_ptr<StepRequests> m_steps;
+
+    // Of the change thread.
+    std::unique_ptr<RescanPlan> m_rescan;   // when changes may have been missed
+    std::unique_ptr<RescanPlan> m_recheck;  // while the tree is polled
+    int m_scansSeen = 0;
+    std::set<std::string> m_lookAgain;  // keys, when no scan runs
 };
