@@ -29,6 +29,7 @@ constexpr char kExamples[] =
     "  vxdep rename textures/a.tga old        move it, and rewrite what refers to it\n"
     "  vxdep undo                             take that back\n"
     "  vxdep export > graph.json              the whole graph, for other tools\n"
+    "  vxdep watch                            stay in step with the files\n"
     "  vxdep check                            does the store match the files?\n"
     "  vxdep lua report.lua 10                run a script, with arguments of its own\n"
     "\n"
@@ -88,6 +89,7 @@ ExitCode RunCommandLine(int argc, char** argv) {
     AddRenameCommand(app, options, action);
     AddUndoCommand(app, options, action);
     AddRmCommand(app, options, action);
+    AddWatchCommand(app, options, action);
     AddCheckCommand(app, options, action);
     AddLuaCommand(app, options, action);
     try {

@@ -31,6 +31,7 @@ void AddExplainCommand(CLI::App& app, const GlobalOptions& options, Action& acti
 void AddRenameCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddUndoCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddRmCommand(CLI::App& app, const GlobalOptions& options, Action& action);
+void AddWatchCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddCheckCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 void AddLuaCommand(CLI::App& app, const GlobalOptions& options, Action& action);
 

@@ -30,6 +30,8 @@ public:
 
     // Sends what is left. An answer counts as given only when this returns.
     void Finish();
+    // Whether somebody still reads it, as far as the last sending could tell.
+    bool HasReader() const { return !m_readerGone; }
 
 private:
     static constexpr std::size_t kCapacity = 1 << 16;
