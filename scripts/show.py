@@ -24,6 +24,9 @@ def main():
     ask.show("rdeps", most_used)
     print("\nThe file that needs most kinds of resources, with all that it needs at every depth:")
     ask.show("deps", richest, "--all")
+    stem, extension = os.path.splitext(most_used)
+    print("\nWhat renaming the first one would change (vxdep rename does it, vxdep undo takes it back):")
+    ask.show("rename", "--dry-run", most_used, f"{stem}_renamed{extension}")
     print(f"\nMore: {vxdep} -C {project} COMMAND (see --help), README.md, docs/formats.md")
 
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "vexa/common/InterfaceBox.h"
@@ -219,6 +220,9 @@ void RenameOperation::Plan(const RenameOptions& options) {
         if (!goOn()) return AddProblem("interrupted");
     }
     m_edges.reset();
+    const auto byPlace = [](const auto& entry) { return std::tie(entry.file, entry.line); };
+    std::ranges::stable_sort(m_plan.edits, {}, byPlace);
+    std::ranges::stable_sort(m_plan.notRewritten, {}, byPlace);
     for (const std::string& failure : m_overlay->GetFailures()) AddProblem(failure);
     // Which one, the log says.
     if (ReadFailuresOfThisThread() != failures)
