@@ -4,7 +4,8 @@ says of the same tree.
 usage: watch_storm.py KIND
 
 VX_TEST_SCALE above 1 makes the storms ten times as long, and 5 times the scale of them.
-VX_TEST_SEED is the first seed.
+VX_TEST_SEED is the first seed. VX_STORM_TREE is a project to begin with a copy of; otherwise the
+storms make all files themselves.
 """
 
 import json
@@ -24,6 +25,7 @@ BUILTIN = pathlib.Path(__file__).parents[2] / "builtin"
 SCALE = int(os.environ.get("VX_TEST_SCALE", "1"))
 STORMS = 3 if SCALE == 1 else 5 * SCALE
 OPERATIONS = 2000 if SCALE == 1 else 20000
+TREE = os.environ.get("VX_STORM_TREE")
 QUEUE = int(pathlib.Path("/proc/sys/fs/inotify/max_queued_events").read_text())
 
 
@@ -34,8 +36,11 @@ class Project:
         # Names of one length: how long a path may be counts from the machine's root.
         self.root, self.fresh = root / "project", root / "another"
         self.res, self.outside = self.root / "res", root / "outside"
-        for folder in (self.res, self.outside, self.fresh):
+        for folder in (self.outside, self.fresh):
             folder.mkdir(parents=True)
+        if TREE:
+            shutil.copytree(pathlib.Path(TREE, "res"), self.res, symlinks=True)
+        self.res.mkdir(parents=True, exist_ok=True)
         (self.fresh / "res").symlink_to(self.res)
 
     def ask(self, root, *arguments):
