@@ -37,8 +37,10 @@ struct Request {
 std::string LossText(const RenamePlan::Loss& loss) {
     const std::string place = loss.line == 0 ? loss.file : PlaceText(loss.file, loss.line, 0);
     const std::string text = loss.text.empty() ? "" : fmt::format(" \"{}\"", loss.text);
-    return fmt::format("{}: not rewritten:{} ({} becomes {}): {}", place, text, loss.resource,
-                       loss.expected, loss.reason);
+    const std::string becomes =
+        loss.expected == loss.resource ? "" : fmt::format(" becomes {}", loss.expected);
+    return fmt::format("{}: not {}:{} ({}{}): {}", place, loss.unkept ? "kept" : "rewritten", text,
+                       loss.resource, becomes, loss.reason);
 }
 
 // A text that is not rewritten goes on naming what is not there any more: that was told.

@@ -64,7 +64,7 @@ protected:
     }
 
     test::Project project;
-    ChangeJournal journal{project.Root() + "/temp/rename"};
+    ChangeJournal journal{project.Root() + "/temp/rename", project.Root()};
     std::string error;
 };
 
@@ -139,24 +139,26 @@ TEST_F(JournalTest, AFileThatSomebodyChangedMeanwhileKeepsTheirWork) {
 }
 
 TEST_F(JournalTest, OneAtATimeAndNothingOfADamagedList) {
-    ChangeJournal other(project.Root() + "/temp/rename");
+    ChangeJournal other(project.Root() + "/temp/rename", project.Root());
     ASSERT_TRUE(journal.Begin(kNoPatience));
     EXPECT_FALSE(other.Begin(kNoPatience));
     EXPECT_THAT(other.GetError(), HasSubstr("in use by"));
     journal.Close();
     EXPECT_TRUE(other.Begin(kNoPatience)) << other.GetError();
 
-    ChangeSet changes{
-        {{"t", "new/0", "old/0", {1, 2, 3}, {4, 5, 6}, 7}}, {{"f", "t", 8}}, "title", {"note", ""}};
-    const std::string bytes = WriteChangeSet(changes);
+    ChangeSet changes{{{"t", "new/0", "old/0", {1, 2, 3}, {4, 5, 6}, 7}},
+                      {{"/p/f", "/elsewhere/t", 8}},
+                      "title",
+                      {"note", ""}};
+    const std::string bytes = WriteChangeSet(changes, "/p");
     ChangeSet read;
-    ASSERT_TRUE(ReadChangeSet(bytes, read));
-    EXPECT_EQ(WriteChangeSet(read), bytes);
+    ASSERT_TRUE(ReadChangeSet(bytes, "/q", read));
+    EXPECT_EQ(WriteChangeSet(read, "/q"), bytes) << "the folder may get another name";
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         std::string damaged = bytes;
         damaged[i] ^= 0x40;
-        EXPECT_FALSE(ReadChangeSet(damaged, read)) << i;
-        EXPECT_FALSE(ReadChangeSet(bytes.substr(0, i), read)) << i;
+        EXPECT_FALSE(ReadChangeSet(damaged, "/q", read)) << i;
+        EXPECT_FALSE(ReadChangeSet(bytes.substr(0, i), "/q", read)) << i;
     }
 }
 

@@ -166,6 +166,22 @@ TEST_F(RenameTest, AnnouncedRenamesAreOneBatch) {
     ExpectTrueStore();
 }
 
+// The store keeps no list with such a name.
+TEST_F(RenameTest, ReferencesToNamesWithASeparatorAreFoundInTheFiles) {
+    project.Touch("t/x.png");
+    project.Write("s.xml", Scene("near", {"t/x.png"}));
+    project.Write("s#2.xml", Scene("near", {"t/x.png"}));
+    Scan();
+    ASSERT_TRUE(Sync("t/x.png", "t/x#1.png"));
+    for (const char* scene : {"s.xml", "s#2.xml"})
+        EXPECT_EQ(project.Read(scene), Scene("near", {"t/x#1.png"})) << scene;
+    ASSERT_TRUE(Sync("t", "u"));
+    ASSERT_TRUE(Sync("u/x#1.png", "x.png"));
+    for (const char* scene : {"s.xml", "s#2.xml"})
+        EXPECT_EQ(project.Read(scene), Scene("near", {"x.png"})) << scene;
+    ExpectTrueStore();
+}
+
 TEST_F(RenameTest, ThePlanTellsEverythingAndAProblemStopsIt) {
     project.Touch("m/x.png", "y.png");
     project.Write("m/j.json", R"({"near": "x.png"})");

@@ -114,9 +114,13 @@ bool DiskFileService::FindPlace(const std::string& path, std::string& place) {
 
 bool DiskFileService::Save(const std::string& path, std::string_view bytes, std::string& error) {
     std::string place;
-    if (FindPlace(path, place)) return os::SaveFile(place, bytes, error);
-    error = path + ": not a path below the resource root";
-    return false;
+    if (!FindPlace(path, place)) {
+        error = path + ": not a path below the resource root";
+        return false;
+    }
+    const os::FileContents old = os::ReadWholeFile(place);
+    if (old.bytes && std::string_view(old.bytes.get(), old.size) == bytes) return true;
+    return os::SaveFile(place, bytes, error);
 }
 
 std::uint32_t DiskFileService::Move(const std::string& from, const std::string& to) {

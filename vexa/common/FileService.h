@@ -84,7 +84,8 @@ public:
     // there: `path` names nothing, or its contents are not on the disk (yet). Nothing need exist.
     virtual bool FindPlace(const std::string& path, std::string& place) = 0;
 
-    // Makes `bytes` the contents of a file, at once and as a whole (see os::AtomicFile). False when
+    // Makes `bytes` the contents of a file, at once and as a whole (see os::AtomicFile). A file of
+    // the disk that has them already is not touched. False when
     // that cannot be; `error` then names the file and says why.
     virtual bool Save(const std::string& path, std::string_view bytes, std::string& error) = 0;
 

@@ -2,7 +2,6 @@
 
 #include <new>
 
-#include "vexa/common/DocumentFile.h"
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/io/JsonData.h"
 #include "vexa/io/JsonText.h"
@@ -94,7 +93,8 @@ std::string JsonData::ToText(const ujson::to_string_options& options) const {
 
 int JsonData::Save(const std::string& path, const ujson::to_string_options& options) {
     m_error.clear();
-    const std::string target = InterfaceBox::Instance().GetFileService().AbsolutePath(path);
+    IFileService& files = InterfaceBox::Instance().GetFileService();
+    const std::string target = files.AbsolutePath(path);
     if (!m_root) {
         m_error = target + ": cannot be saved: no document is loaded";
         return -1;
@@ -102,7 +102,7 @@ int JsonData::Save(const std::string& path, const ujson::to_string_options& opti
     try {
         const std::string text = ToText(options);
         if (text == m_source && target == m_path) return 0;
-        return SaveDocument(target, text, m_error) ? 0 : -1;
+        return files.Save(target, text, m_error) ? 0 : -1;
     } catch (const std::bad_alloc&) {
         m_error = target + ": cannot be saved: out of memory";
         return -1;

@@ -55,7 +55,8 @@ unsigned NumberOf(const std::string& name) {
 
 }  // namespace
 
-ChangeJournal::ChangeJournal(std::string directory) : m_directory(std::move(directory)) {}
+ChangeJournal::ChangeJournal(std::string directory, std::string base)
+    : m_directory(std::move(directory)), m_base(std::move(base)) {}
 
 std::string ChangeJournal::PathOf(Folder folder) const {
     static constexpr const char* kNames[] = {"plan", "pending", "applied", "undone"};
@@ -139,7 +140,7 @@ bool ChangeJournal::Prepare() {
             return Fail(edit.target + ": its contents cannot be kept: " + ErrnoText());
     }
     const std::string list = plan + kList;
-    if (!os::WriteNewFile(list, WriteChangeSet(m_changes), ""))
+    if (!os::WriteNewFile(list, WriteChangeSet(m_changes, m_base), ""))
         return Fail(list + ": cannot be written: " + ErrnoText());
     bool synced = true;
     if (m_changes.edits.size() > kFewFiles) {
@@ -240,7 +241,7 @@ bool ChangeJournal::WasInterrupted() const {
 
 bool ChangeJournal::Load(const std::string& folder) {
     const os::FileContents list = os::ReadWholeFile(folder + kList);
-    if (list.bytes && ReadChangeSet({list.bytes.get(), list.size}, m_changes)) return true;
+    if (list.bytes && ReadChangeSet({list.bytes.get(), list.size}, m_base, m_changes)) return true;
     return Fail(folder + kList + ": is missing or damaged");
 }
 
@@ -283,7 +284,7 @@ bool ChangeJournal::Undo() {
         PathMove& move = m_changes.moves[i];
         move.number = os::IdentityOf(m_changes.NameAfterMoves(move.to, i + 1)).number;
     }
-    return os::SaveFile(m_last + kList, WriteChangeSet(m_changes), m_error) &&
+    return os::SaveFile(m_last + kList, WriteChangeSet(m_changes, m_base), m_error) &&
            Enter(m_last, Folder::Pending) && RollBackPending();
 }
 

@@ -32,8 +32,9 @@ public:
     // Changes that the history keeps.
     static constexpr std::size_t kHistory = 256;
 
-    // `directory` is absolute, and is made by Begin. No disk is touched before.
-    explicit ChangeJournal(std::string directory);
+    // `directory` is absolute, and is made by Begin; no disk is touched before. `base` is the
+    // folder that it belongs to: the history stays of use when that gets another name.
+    ChangeJournal(std::string directory, std::string base);
     ~ChangeJournal() { Close(); }
     ChangeJournal(const ChangeJournal&) = delete;
     ChangeJournal& operator=(const ChangeJournal&) = delete;
@@ -91,6 +92,7 @@ private:
     bool Fail(const std::string& what);
 
     const std::string m_directory;
+    const std::string m_base;
     LockFile m_lock;
     bool m_locked = false;
     bool m_busy = false;

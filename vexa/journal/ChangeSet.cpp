@@ -4,6 +4,7 @@
 
 #include "vexa/io/BinaryStreamReader.h"
 #include "vexa/io/BinaryStreamWriter.h"
+#include "vexa/io/PathText.h"
 
 namespace vexa {
 
@@ -80,6 +81,14 @@ bool Code(auto& coder, auto& changes) {
     return true;
 }
 
+void ForEachPath(ChangeSet& changes, const auto& change) {
+    for (FileEdit& edit : changes.edits) change(edit.target);
+    for (PathMove& move : changes.moves) {
+        change(move.from);
+        change(move.to);
+    }
+}
+
 }  // namespace
 
 std::string ChangeSet::NameAfterMoves(const std::string& path, std::size_t firstMove) const {
@@ -95,7 +104,10 @@ std::uint64_t HashOfBytes(std::string_view bytes) {
     return XXH3_64bits(bytes.data(), bytes.size());
 }
 
-std::string WriteChangeSet(const ChangeSet& changes) {
+std::string WriteChangeSet(ChangeSet changes, const std::string& base) {
+    ForEachPath(changes, [&base](std::string& path) {
+        if (path.size() > base.size() && IsAtOrBelow(path, base)) path.erase(0, base.size() + 1);
+    });
     std::string body;
     Encoder encoder(body);
     Code(encoder, changes);
@@ -105,7 +117,7 @@ std::string WriteChangeSet(const ChangeSet& changes) {
     return bytes + body;
 }
 
-bool ReadChangeSet(std::string_view bytes, ChangeSet& changes) {
+bool ReadChangeSet(std::string_view bytes, const std::string& base, ChangeSet& changes) {
     constexpr std::size_t kHead = kMagic.size() + sizeof(std::uint64_t);
     if (bytes.size() < kHead || !bytes.starts_with(kMagic)) return false;
     std::uint64_t sum = 0;
@@ -113,7 +125,11 @@ bool ReadChangeSet(std::string_view bytes, ChangeSet& changes) {
     const std::string_view body = bytes.substr(kHead);
     changes = {};
     Decoder decoder(body);
-    return sum == HashOfBytes(body) && Code(decoder, changes);
+    if (sum != HashOfBytes(body) || !Code(decoder, changes)) return false;
+    ForEachPath(changes, [&base](std::string& path) {
+        if (vxio::AnchorLength(path) == 0) path.insert(0, base + "/");
+    });
+    return true;
 }
 
 bool IsAtOrBelow(std::string_view path, std::string_view folder) {

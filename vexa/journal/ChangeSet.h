@@ -42,9 +42,10 @@ struct ChangeSet {
 // XXH3 of bytes, as FileEdit keeps it.
 std::uint64_t HashOfBytes(std::string_view bytes);
 
-// As bytes, and back. False for what is no such thing, in whole and unharmed.
-std::string WriteChangeSet(const ChangeSet& changes);
-bool ReadChangeSet(std::string_view bytes, ChangeSet& changes);
+// As bytes, and back. Paths below `base` are written relative to it, so that all may move together.
+// False for what is no such thing, in whole and unharmed.
+std::string WriteChangeSet(ChangeSet changes, const std::string& base);
+bool ReadChangeSet(std::string_view bytes, const std::string& base, ChangeSet& changes);
 
 // Whether `path` is `folder` or lies below it.
 bool IsAtOrBelow(std::string_view path, std::string_view folder);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "vexa/common/DocumentFile.h"
+#include "vexa/common/InterfaceBox.h"
 #include "vexa/util/XmlDocument.h"
 #include "vexa/util/XmlWriter.h"
 
@@ -142,7 +142,8 @@ XmlDoc XmlDoc::AddDocument(const std::string& path, const std::string& name) {
 bool XmlDoc::Save(const std::string& path) {
     if (!m_document || !m_document->dom.first_child()) return false;
     m_document->error.clear();
-    return SaveDocument(path, m_document->Bytes(), m_document->error);
+    IFileService& files = InterfaceBox::Instance().GetFileService();
+    return files.Save(path, m_document->Bytes(), m_document->error);
 }
 
 }  // namespace vexa

@@ -11,9 +11,9 @@ namespace vexa {
 
 // Create the generators of the XML and of the JSON family that a file describes, in file order;
 // each registers itself. A file that is not there makes none; neither does one that cannot be read
-// or parsed, of which the reason is returned for a person ("" otherwise). They throw std::out_of_range ("invalid vector subscript") at a rule
-// with too few members, after logging where it stands; generators created up to there stay, with
-// their rules.
+// or parsed, of which the reason is returned for a person ("" otherwise). They throw
+// std::out_of_range ("invalid vector subscript") at a rule with too few members, after logging
+// where it stands; generators created up to there stay, with their rules.
 std::string LoadXmlGenerators(const std::string& path);
 std::string LoadJsonGenerators(const std::string& path);
 

@@ -102,9 +102,9 @@ public:
     CDependencyBase* GetDependencyGenerator(const std::string& path);
     // Whether GetDependencyGenerator answers with one; reads a file only where that decides.
     bool HasDependencyGenerator(const std::string& path);
-    // What is wrong with a configuration file that is there and cannot be used, so that files of its
-    // types are not read; "" when nothing is. Loads the configuration; throws as above. No rename is
-    // made over it: references would be lost.
+    // What is wrong with a configuration file that is there and cannot be used, so that files of
+    // its types are not read; "" when nothing is. Loads the configuration; throws as above. No
+    // rename is made over it: references would be lost.
     std::string GetConfigurationError();
     // Appends the extension of every generator, once per generator.
     void GetRegisterExtList(List& out);
@@ -202,6 +202,10 @@ public:
     // Brings the records of files (keys) in step with the disk, whether they are there or not.
     bool Resync(const List& keys);
 
+    // How often files of the tree were moved or rewritten by this process: what was read before the
+    // last time may be of no use any more.
+    static std::uint64_t CountRenames();
+
     // While FileRenamed is being emitted: the rename that it tells of.
     const FileRenamed& GetRenamed() const { return m_renamed; }
     void EmitRenamed(const FileRenamed& renamed);
@@ -261,6 +265,8 @@ public:
 
 private:
     friend class RenameOperation;
+
+    static void NoteRename();
 
     bool StartRename(RenameOperation& operation, const std::string& oldKey,
                      const std::string& newKey);

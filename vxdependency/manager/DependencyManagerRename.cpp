@@ -1,5 +1,6 @@
 // The manager's writing side: renaming.
 
+#include <atomic>
 #include <chrono>
 
 #include "vexa/common/InterfaceBox.h"
@@ -32,9 +33,14 @@ IFileService& Files() {
 
 // The journal of the project, beside the store. Used under the manager's mutex.
 ChangeJournal& Journal() {
-    static auto* const journal =
-        new ChangeJournal(InterfaceBox::Instance().GetProjectRoot() + "/temp/rename");
+    const std::string& root = InterfaceBox::Instance().GetProjectRoot();
+    static auto* const journal = new ChangeJournal(root + "/temp/rename", root);
     return *journal;
+}
+
+std::atomic<std::uint64_t>& RenameCount() {
+    static std::atomic<std::uint64_t> count{0};
+    return count;
 }
 
 std::string TitleOf(const std::string& source, const std::string& destination) {
@@ -220,6 +226,14 @@ void CDependencyManager::MarkRewritten(const std::string& key) {
     if (RenameOperation::OfThisThread()) m_rewritten.insert(key);
 }
 
+std::uint64_t CDependencyManager::CountRenames() {
+    return RenameCount();
+}
+
+void CDependencyManager::NoteRename() {
+    ++RenameCount();
+}
+
 void CDependencyManager::EmitRenamed(const FileRenamed& renamed) {
     m_renamed = renamed;
     Emit<FileRenamed>();
@@ -244,6 +258,7 @@ bool CDependencyManager::UndoRename(const RenameOptions& options, UndoReport& re
         report.moves.push_back({KeyOrPath(move->to), KeyOrPath(move->from)});
     for (const FileEdit& edit : changes.edits) report.files.push_back(KeyOrPath(edit.target));
     if (!possible) return refuse();
+    if (!options.dryRun) NoteRename();
     if (!options.dryRun && !(journal.Undo() && Resync(changes.notes) && journal.Finish()))
         return refuse();
     journal.Close();

@@ -45,9 +45,13 @@ private:
     std::unordered_map<std::string, Place> m_places;
 };
 
+// A list of the store is separated by "#".
+bool CannotBeKept(const ConcernedFile& file, const std::string& resource) {
+    return (file.newKey + resource).find('#') != std::string::npos;
+}
+
 std::string ReasonOfLoss(const ConcernedFile& file, const std::string& expected, bool written) {
-    if ((file.newKey + expected).find('#') != std::string::npos)
-        return "a name with \"#\" cannot be kept in the store";
+    if (CannotBeKept(file, expected)) return "a name with \"#\" cannot be kept in the store";
     if (!written) return "it is found by its name, or through another file";
     CDependencyBase* const generator =
         CDependencyManager::GetSingletonPtr()->GetDependencyGenerator(file.newKey);
@@ -89,7 +93,8 @@ void CompareReferences(const ConcernedFile& file, const PendingRenames& renames,
         const Place place = places.Find(resource);
         const std::string now = nameNow(resource);
         plan.notRewritten.push_back({file.newKey, place.line, place.text, resource, now,
-                                     ReasonOfLoss(file, now, !place.text.empty())});
+                                     ReasonOfLoss(file, now, !place.text.empty()),
+                                     CannotBeKept(file, now)});
     }
 }
 

@@ -12,7 +12,9 @@
 #include "vexa/os/WindowsApi.h"
 #include "vexa/threading/CommandQueue.h"
 #include "vxdependency/generators/DependencyBase.h"
+#include "vxdependency/generators/FilesBefore.h"
 #include "vxdependency/generators/ReferenceObserver.h"
+#include "vxdependency/generators/SlotRenames.h"
 #include "vxdependency/rename/LostReferences.h"
 #include "vxdependency/rename/MoveErrors.h"
 #include "vxdependency/store/GeneralDependency.h"
@@ -254,6 +256,40 @@ void RenameOperation::FindDependents() {
             if (seen.insert(file).second) m_dependents.emplace_back(std::move(file), i);
         }
     }
+    FindUnrecorded(seen);
+}
+
+// The store keeps no list that would hold a name with "#": who refers to such a file, or what such
+// a file refers to, only the files themselves tell. With such a name all of them are read.
+void RenameOperation::FindUnrecorded(std::unordered_set<std::string>& seen) {
+    if (m_followed.empty()) return;
+    const auto separates = [](std::string_view name) { return name.find('#') != name.npos; };
+    const bool all = std::ranges::any_of(m_followed, separates, &Followed::oldKey);
+    List files;
+    Store().ForEachFile("", [&](std::string_view file, const auto&) {
+        if (all || separates(file)) files.emplace_back(file);
+        return true;
+    });
+    std::unordered_map<std::string, std::size_t> followed;
+    for (std::size_t i = 0; i < m_followed.size(); ++i) followed.emplace(m_followed[i].oldKey, i);
+    const SlotRenames renames(m_followed.front().oldKey, m_followed.front().newKey);
+    FilesBefore before(*m_overlay, renames);
+    const FileServiceUse use(before);
+    for (const std::string& file : files) {
+        CDependencyBase* const generator = m_manager.GetDependencyGenerator(file);
+        if (!generator) continue;
+        List references;
+        List companions;
+        generator->GenerateDependency(GeneratorForm(file), references, companions);
+        std::string key;
+        for (const std::string& reference : references) {
+            const auto found =
+                m_disk.KeyOfReference(reference, key) ? followed.find(key) : followed.end();
+            std::string name = NameNow(file);
+            if (found != followed.end() && seen.insert(name).second)
+                m_dependents.emplace_back(std::move(name), found->second);
+        }
+    }
 }
 
 void RenameOperation::Rewrite(const std::string& file, const Followed& followed) {
@@ -329,6 +365,7 @@ RenameOperation::List RenameOperation::ConcernedKeys() const {
 }
 
 bool RenameOperation::Apply(const std::string& title) {
+    CDependencyManager::NoteRename();
     if (!ApplyMoves(title)) return false;
     if (!UpdateStore()) {
         Fail(Store().GetWriteError());

@@ -88,6 +88,7 @@ private:
     std::string NameBefore(const std::string& key) const;
     void MoveCompanions();
     void FindDependents();
+    void FindUnrecorded(std::unordered_set<std::string>& seen);
     List FindConcerned();
     void Rewrite(const std::string& file, const Followed& followed);
     void Read(const std::string& file);

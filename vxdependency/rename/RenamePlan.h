@@ -29,6 +29,7 @@ struct RenamePlan {
         std::string resource;  // that it named
         std::string expected;  // the resource's name after the rename
         std::string reason;
+        bool unkept = false;  // it is there, but the store cannot keep one of the names
     };
     // A reference that will be there and was not: a text that is not rewritten names another file.
     struct Gain {

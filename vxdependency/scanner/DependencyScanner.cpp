@@ -11,6 +11,7 @@
 #include "vexa/common/Log.h"
 #include "vexa/io/Path.h"
 #include "vexa/os/Clock.h"
+#include "vexa/os/FileAccess.h"
 #include "vexa/os/FindFiles.h"
 #include "vexa/os/WindowsApi.h"
 #include "vexa/threading/CommandQueue.h"
@@ -248,6 +249,7 @@ void DependencyScanner::InsertToBucket(FileInfoData info, ScanWalk& walk) {
 void DependencyScanner::Scan() {
     ScanWalk walk;
     walk.startMs = vexa::os::WallClockMs();
+    walk.renames = CDependencyManager::CountRenames();
     m_progress = 0;
     m_elapsed = 0;
     ++m_scansBegun;
@@ -356,8 +358,15 @@ void DependencyScanner::ShowProgress(ScanWalk& walk) {
     m_progress = static_cast<std::int32_t>(std::int64_t{walk.processed} * 100 / m_fileCount);
 }
 
+// A rename has taken the file elsewhere, and has seen to its records.
+bool DependencyScanner::HasMoved(const FileInfoData& record, const ScanWalk& walk) {
+    return CDependencyManager::CountRenames() != walk.renames &&
+           !vexa::os::StateOfPath(WithSlashes(record.path)).exists;
+}
+
 bool DependencyScanner::ScanFile(FileInfoData record, ScanWalk& walk) {
     ShowProgress(walk);
+    if (HasMoved(record, walk)) return m_running;
     if (!CDependencyManager::GetSingletonPtr()->HasDependencyGenerator(record.path)) {
         // No list is made of it, but that it is there, and since when, is known.
         if (record.change == FileInfoData::Change::Changed) {
@@ -390,8 +399,15 @@ void DependencyScanner::ReadFile(const FileInfoData& record, ScanWalk& walk) {
     // A record of an earlier scan tells nothing of the file as it is now.
     const bool current = record.change != FileInfoData::Change::Unknown;
     const bool expected = record.change == FileInfoData::Change::Changed;
+    std::unique_ptr<vexa::FileReading> ahead = expected ? walk.ahead->Take(relative) : nullptr;
+    const std::lock_guard lock(vexa::ManagerMutex());
+    // Since a rename, neither what the walk met nor what was read ahead is sure to be true.
+    static const vexa::KnownFiles kNothingKnown(vexa::KnownFiles::Answer::AskDisk);
+    const bool overtaken = CDependencyManager::CountRenames() != walk.renames;
+    const vexa::KnownFiles::Use use(overtaken ? kNothingKnown : walk.known);
+    if (overtaken) ahead.reset();
     const vexa::GenerationResult result = CDependencyManager::GetSingletonPtr()->Regenerate(
-        relative, "", current ? &look : nullptr, expected ? walk.ahead->Take(relative) : nullptr);
+        relative, "", current && !overtaken ? &look : nullptr, std::move(ahead));
     if (!result.dependencies.empty() && !result.preliminary)
         Store().SetTimeStamp(record.path, record.timestamp);
     if (result.generated) ++walk.statistics.regenerated;

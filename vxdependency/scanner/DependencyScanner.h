@@ -154,6 +154,7 @@ private:
     bool ScanBuckets(ScanWalk& walk);
     bool ScanBucket(const std::string& extension, ScanWalk& walk);
     bool Stop(ScanWalk& walk);
+    static bool HasMoved(const FileInfoData& record, const ScanWalk& walk);
     bool ScanFile(FileInfoData record, ScanWalk& walk);
     void ShowProgress(ScanWalk& walk);
     bool NeedsReading(const FileInfoData& record);

@@ -27,6 +27,7 @@ struct ScanWalk {
     bool walked = false;  // the walk met everything that can be met
     std::vector<Met> met;
     vexa::KnownFiles known;
+    std::uint64_t renames = 0;  // made by this process before the walk
     std::unique_ptr<ReadAhead> ahead;
     std::vector<std::string> unreadable;  // folders that could not be listed, as keys
     std::vector<std::string> vanished;    // keys that the catalogue knows and the walk did not meet
