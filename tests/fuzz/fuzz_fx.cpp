@@ -1,21 +1,14 @@
 // An effect: what may be relied on in every answer about it.
 // Seeds: *.nfx
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <string_view>
 
+#include "tests/fuzz/Fuzz.h"
 #include "vexa/fx/Parser.h"
 
 namespace {
 
-void Require(bool condition, const char* what) {
-    if (condition) return;
-    std::cerr << "does not hold: " << what << '\n';
-    std::abort();
-}
+using vexa::fuzz::Require;
 
 class Checker {
 public:

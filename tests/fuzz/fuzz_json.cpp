@@ -2,46 +2,14 @@
 // references stand where they say. Saved, it has the changes that were made and no other.
 // Seeds: *.json *.gltf *.tmj *.tsj *.world
 
-#include <algorithm>
-
 #include "tests/fuzz/Fuzz.h"
 #include "tests/support/MemoryFiles.h"
 #include "vexa/io/JsonData.h"
 #include "vxdependency/generators/DependencyJSON.h"
-#include "vxdependency/generators/ReferenceObserver.h"
 
 namespace {
 
-using List = vexa::CDependencyBase::List;
 using vexa::fuzz::Require;
-
-class Observer final : public vexa::IReferenceObserver {
-public:
-    explicit Observer(const std::string& text)
-        : m_text(text), m_lines(1 + static_cast<std::size_t>(std::ranges::count(text, '\n'))) {}
-
-    void OnReference(const vexa::ReferenceReport& report) override {
-        const vexa::ReferencePlace place = report.site.Describe();
-        const bool companion = place.rule == "companion file";
-        Require(companion || (place.line >= 1 && place.line <= m_lines), "a line of the text");
-        Require(companion || m_text.at(place.offset - 1) == '"', "behind a quote");
-        for (const auto& candidate : report.candidates) {
-            std::string key;
-            Require(vexa::NormaliseKey(candidate.key, key) && key == candidate.key, "a key each");
-            if (candidate.exists) first.push_back(candidate.key);
-        }
-        second.insert(second.end(), report.companions.begin(), report.companions.end());
-    }
-    void OnAbsent(const std::string&) override {}
-    void OnReadThrough(const std::string&) override {}
-
-    List first;
-    List second;
-
-private:
-    const std::string& m_text;
-    const std::size_t m_lines;
-};
 
 vexa::CDependencyJSON& MakeGenerator() {
     auto& generator = *new vexa::CDependencyJSON("fuzz");  // the manager's
@@ -94,16 +62,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const bool wellFormed = document.LoadText(text) == 0;
     Require(wellFormed == document.GetError().empty(), "a reason exactly for what is refused");
 
-    Observer observer(text);
-    const vexa::ObserverUse use(&observer);
-    List first;
-    List second;
-    const bool read = generator.GenerateDependency("dir\\f.fuzz", first, second);
+    const bool read = vexa::fuzz::ListingObserver(text, true).Read(generator, "dir\\f.fuzz");
     Require(read == wellFormed, "what is well-formed is read");
-    auto& manager = vexa::CDependencyManager::GetSingleton();
-    manager.MakeVectorUnique(observer.first);
-    manager.MakeVectorUnique(observer.second);
-    Require(first == observer.first && second == observer.second, "what is listed is reported");
     if (wellFormed) SaveChanged(document);
     return 0;
 }

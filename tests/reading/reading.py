@@ -1,16 +1,7 @@
-#!/usr/bin/env python3
-"""A second opinion: reads a project's resource graph with nothing of the program under test.
+"""A second opinion: reads a project's resource graph with nothing of the program under test."""
 
-    reading.py PROJECT [--builtin DIR] [--missing]
-
-prints what `vxdep export` ought to print; with --missing, the references that name no file.
-"""
-
-import argparse
 import functools
-import json
 import os
-import sys
 from typing import NamedTuple
 
 import binary
@@ -179,20 +170,3 @@ def inverse_of(forward):
         for entry in forward[key]:
             inverse.setdefault(entry, []).append(key)
     return inverse
-
-
-def main():
-    arguments = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    arguments.add_argument("project")
-    arguments.add_argument("--builtin")
-    arguments.add_argument("--missing", action="store_true")
-    options = arguments.parse_args()
-    project = Project(options.project, options.builtin or options.project + "/builtin")
-    forward = {} if options.missing else project.forward()
-    answer = {"forward": forward, "inverse": inverse_of(forward)}
-    text = json.dumps(project.missing() if options.missing else answer, indent=1, ensure_ascii=False)
-    sys.stdout.buffer.write(os.fsencode(text + "\n"))
-
-
-if __name__ == "__main__":
-    main()

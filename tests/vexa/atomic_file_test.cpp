@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "tests/support/ChildProcess.h"
@@ -32,12 +30,13 @@ class AtomicFileTest : public testing::Test {
 protected:
     // Saves in a process that `hampered` has made unable to, and returns whether the reason was as
     // expected.
-    void ExpectFailure(const std::string& path, const std::string& content,
-                       const std::string& reason, const std::function<bool()>& hampered) const {
+    void ExpectFailure(
+        const std::string& path, const std::string& reason,
+        const std::function<bool()>& hampered = [] { return true; }) const {
         test::ChildProcess child([&] {
             std::string error;
             if (!hampered()) return 2;
-            if (SaveFile(path, content, error)) return 3;
+            if (SaveFile(path, std::string(100'000, 'x'), error)) return 3;
             return error == path + ": cannot be saved: " + reason ? 0 : 1;
         });
         EXPECT_EQ(child.Wait(), 0) << path << ", " << reason;
@@ -82,22 +81,20 @@ TEST_F(AtomicFileTest, AFailureLeavesTheOldFileAndTellsTheReason) {
     dir.Write("old.scn", "old");
     dir.Write("locked/old.scn", "old");
     fs::create_symlink("nowhere", dir.Path("dangling.scn"));
-    const auto always = [] { return true; };
-    ExpectFailure(dir.Path(), "", "Is a directory", always);
-    ExpectFailure(dir.Path("no/old.scn"), "", "No such file or directory", always);
-    ExpectFailure(dir.Path("dangling.scn"), "", "No such file or directory", always);
-    ExpectFailure(dir.Path("old.scn"), std::string(100'000, 'x'), "File too large", [] {
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{4096, 4096};
-        return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
-    });
+    ExpectFailure(dir.Path(), "Is a directory");
+    ExpectFailure(dir.Path("no/old.scn"), "No such file or directory");
+    ExpectFailure(dir.Path("dangling.scn"), "No such file or directory");
+    {
+        const test::FullDisk full(4096);
+        ExpectFailure(dir.Path("old.scn"), "File too large");
+    }
     fs::permissions(dir.Path(), fs::perms{0777});
     fs::permissions(dir.Path("locked"), fs::perms{0555});
     fs::permissions(dir.Path("locked/old.scn"), fs::perms{0666});
     const auto unprivileged = [] { return ::geteuid() != 0 || ::setuid(65534) == 0; };
-    ExpectFailure(dir.Path("locked/old.scn"), "", "Permission denied", unprivileged);
+    ExpectFailure(dir.Path("locked/old.scn"), "Permission denied", unprivileged);
     fs::permissions(dir.Path("old.scn"), fs::perms{0444});
-    ExpectFailure(dir.Path("old.scn"), "", "Permission denied", unprivileged);
+    ExpectFailure(dir.Path("old.scn"), "Permission denied", unprivileged);
 
     for (const char* path : {"old.scn", "locked/old.scn"}) EXPECT_EQ(dir.Read(path), "old");
     EXPECT_TRUE(fs::is_symlink(dir.Path("dangling.scn")));

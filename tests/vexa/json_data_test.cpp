@@ -1,12 +1,8 @@
 #include <gtest/gtest.h>
-#include <rapidcheck.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <set>
 #include <string>
 
+#include "tests/support/Regression.h"
 #include "vexa/io/JsonData.h"
 
 namespace vexa::vxio {
@@ -62,11 +58,8 @@ TEST(JsonData, KnowsWhereEachValueStands) {
         {R"(["//"])", R"("//"])"},
         {"[//]\n-1.5e+3 ]", "-1.5e+3 ]"},
         {R"({"k":12})", "12}"},
-        {"[ false, 1]", "false, 1]"},
-        {"[true]", "true]"},
         {"[/**/null]", "null]"},
-        {"[ [] ]", "[] ]"},
-        {R"({"k" : {}})", "{}}"},
+        {R"([ {"k" : {}}])", "{}}]"},
     };
     for (const auto& [text, rest] : cases) {
         JsonData document = Parsed(text);
@@ -76,37 +69,6 @@ TEST(JsonData, KnowsWhereEachValueStands) {
         EXPECT_EQ(text.substr(v->offset()), rest);
     }
     EXPECT_EQ(value().offset(), value::no_offset);
-}
-
-TEST(JsonData, StringsKeepAnyBytes) {
-    EXPECT_TRUE(rc::check("what is escaped and parsed is what it was, and its place is found", [] {
-        const auto names = *rc::gen::container<std::vector<std::string>>(
-            rc::gen::container<std::string>(rc::gen::oneOf(
-                rc::gen::element('"', '\\', '/', '*', ' '), rc::gen::arbitrary<char>())));
-        std::string text = "[";
-        std::vector<std::size_t> offsets;
-        for (const std::string& name : names) {
-            text += text.size() > 1 ? ", " : "";
-            offsets.push_back(text.size());
-            text += '"';
-            for (const char c : name) {
-                if (static_cast<unsigned char>(c) < 0x20)
-                    text +=
-                        std::string("\\u00") + (c < 16 ? '0' : '1') + "0123456789abcdef"[c & 15];
-                else
-                    text += std::string(c == '"' || c == '\\' ? "\\" : "") + c;
-            }
-            text += '"';
-        }
-        JsonData document;
-        RC_ASSERT(document.LoadText(text + "]") == 0);
-        const ujson::array& values = document.GetRoot()->to_array();
-        RC_ASSERT(values.size() == names.size());
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            RC_ASSERT(values[i].to_string("-") == names[i]);
-            RC_ASSERT(values[i].offset() == offsets[i]);
-        }
-    }));
 }
 
 TEST(JsonData, GivesDefaultsForOtherKinds) {
@@ -119,17 +81,12 @@ TEST(JsonData, GivesDefaultsForOtherKinds) {
         EXPECT_EQ(elements[i].to_int32(77), numbers[i]) << i;
         EXPECT_EQ(elements[i].to_string("none"), i == 0 ? "12" : "none");
     }
-    elements[0].to_array().emplace_back();
-    EXPECT_TRUE(elements[0].to_array().empty());
-    EXPECT_TRUE(elements[0].is_string());
 }
 
 TEST(JsonData, CopiesAreDeepAndMovesLeaveNull) {
     JsonData document = Parsed(R"({"a": [1, {"b": "x"}], "c": true})");
     value& root = *document.GetRoot();
     value copy = root;
-    EXPECT_EQ(Dump(copy), Dump(root));
-    EXPECT_EQ(copy.to_object()[0].second.offset(), root.to_object()[0].second.offset());
     copy.to_object()[0].second.to_array()[1].to_object()[0].second.set_string("y");
     EXPECT_EQ(Dump(root), "{a:[1,{b:'x',},],c:bool,}");
     copy = copy.to_object()[0].second;  // a part of itself
@@ -174,21 +131,12 @@ TEST(JsonData, DeepDocumentsAreReadCopiedAndDestroyed) {
 }
 
 TEST(JsonData, AcceptsOrRefusesEachPastInputAsItsFolderSays) {
-    std::set<std::string> folders;
-    for (const auto& entry :
-         std::filesystem::recursive_directory_iterator(VX_SOURCE_DIR "/tests/regression/json")) {
-        if (!entry.is_regular_file()) continue;
-        SCOPED_TRACE(entry.path());
-        std::ifstream stream(entry.path(), std::ios::binary);
+    test::ExpectPastInputs("json", [](const std::string& text) {
         JsonData document;
-        const int result = document.LoadText(
-            {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()});
-        const std::string folder = entry.path().parent_path().filename();
-        EXPECT_EQ(result, folder == "accepted" ? 0 : -1) << document.GetError();
-        EXPECT_EQ(document.GetError().empty(), result == 0);
-        folders.insert(folder);
-    }
-    EXPECT_EQ(folders, (std::set<std::string>{"accepted", "refused"}));
+        const bool accepted = document.LoadText(text) == 0;
+        EXPECT_EQ(document.GetError().empty(), accepted);
+        return accepted;
+    });
 }
 
 }  // namespace

@@ -5,50 +5,30 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
-#include <utility>
-#include <vector>
+
+#include "tests/support/LogCapture.h"
 
 namespace vexa {
 namespace {
 
-using Messages = std::vector<std::pair<LogSeverity, std::string>>;
+using Messages = std::vector<test::LogCapture::Message>;
 
-class LogTest : public testing::Test {
-protected:
-    LogTest() {
-        SetLogSink([this](LogSeverity severity, const std::string& text) {
-            m_messages.emplace_back(severity, text);
-        });
-    }
-    ~LogTest() override {
-        FlushLog();
-        SetLogSink({});
-    }
-    const Messages& Flushed() {
-        FlushLog();
-        return m_messages;
-    }
-    Messages m_messages;
-};
-
-TEST_F(LogTest, FormatsAsPrintfAndKeepsSeverityAndOrder) {
+TEST(Log, FormatsAsPrintfAndKeepsSeverityAndOrder) {
+    test::LogCapture log;
     const std::string longText(100000, 'x');
     Log(0, "%d %% of %s\n", 12, "a");
     LogWarning("%s", longText.c_str());
     LogError("failed： 0x%x!", 0x20u);
-    EXPECT_EQ(Flushed(), (Messages{{LogSeverity::Info, "12 % of a"},
-                                   {LogSeverity::Warning, longText},
-                                   {LogSeverity::Error, "failed： 0x20!"}}));
-}
-
-TEST_F(LogTest, DropsMessagesAboveTheLevel) {
     Log(1, "dropped");
     SetLogLevel(2);
     Log(2, "kept");
-    EXPECT_EQ(Flushed(), (Messages{{LogSeverity::Info, "kept"}}));
+    EXPECT_EQ(log.Take(), (Messages{{LogSeverity::Info, "12 % of a"},
+                                    {LogSeverity::Warning, longText},
+                                    {LogSeverity::Error, "failed： 0x20!"},
+                                    {LogSeverity::Info, "kept"}}));
 }
 
-TEST_F(LogTest, SurvivesASinkThatThrowsAndASinkThatLogs) {
+TEST(Log, SurvivesASinkThatThrowsAndASinkThatLogs) {
     int calls = 0;
     SetLogSink([&](LogSeverity, const std::string& text) {
         ++calls;

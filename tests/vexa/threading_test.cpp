@@ -35,19 +35,6 @@ void RunAndWait(std::function<void()> work, const char* name) {
     Finish({run(std::move(work), JobPriority::Normal, 255, name)});
 }
 
-TEST(JobSystem, RunsEveryJobOnceAndGivesWaitersWhatItWrote) {
-    constexpr int kJobs = 2000;
-    std::vector<int> results(kJobs, 0);
-    std::vector<JobHandle> handles;
-    for (int i = 0; i < kJobs; ++i)
-        handles.push_back(
-            run([&results, i] { results[i] += i; }, static_cast<JobPriority>(i % 3), 255, "count"));
-    for (const JobHandle handle : handles) job_wait(handle);
-    for (int i = 0; i < kJobs; ++i) EXPECT_EQ(results[i], i);
-    EXPECT_EQ(std::set<JobHandle>(handles.begin(), handles.end()).size(), handles.size());
-    Finish(handles);
-}
-
 TEST(JobSystem, ShowsTheJobsNameAndLogsItsException) {
     LogCapture log;
     std::string name;
@@ -67,16 +54,16 @@ TEST(JobSystem, ReusesReleasedHandlesAndOutlivesTheirExhaustion) {
     std::vector<JobHandle> handles;
     for (int i = 0; i < 65535; ++i)
         handles.push_back(run([&] { ++ran; }, JobPriority::Low, 255, "many"));
-    EXPECT_EQ(std::count(handles.begin(), handles.end(), 0), 0);
+    EXPECT_EQ(std::set<JobHandle>(handles.begin(), handles.end()).size(), handles.size());
     EXPECT_EQ(run([&] { ++ran; }, JobPriority::Low, 255, "extra"), 0);
-    job_release(handles[5]);
-    job_release(handles[5]);
+    for (int twice = 0; twice < 2; ++twice) job_release(handles[5]);
     EXPECT_EQ(run([&] { ++ran; }, JobPriority::Low, 255, "again"), handles[5]);
     EXPECT_EQ(run([&] { ++ran; }, JobPriority::Low, 255, "extra"), 0);
     Finish(handles);
     job_wait(0);
     job_release(0);
     RunAndWait([] {}, "all before it have begun");
+    EXPECT_GE(ran, 65535);
     EXPECT_EQ(log.TakeTexts(), Texts(2, "Job extra runs without a handle: none are left"));
 }
 

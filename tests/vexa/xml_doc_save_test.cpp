@@ -40,11 +40,10 @@ void AddTo(XmlDoc& document, const std::string& path) {
 }
 
 TEST(XmlDocSave, AddedElementsTakeAfterTheirSiblings) {
-    struct Case {
+    const struct {
         const char* what;
         std::string before, after;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"lines", "<r>\n  <L>\n    <a f='1'/>\n  </L>\n</r>\n",
          "<r>\n  <L>\n    <a f='1'/>\n    <n f='x'/>\n    <n f='x'/>\n  </L>\n</r>\n"},
         {"CRLF and tabs", "<r>\r\n\t<L>\r\n\t\t<a f=\"1\" />\r\n\t</L></r>",
@@ -56,8 +55,6 @@ TEST(XmlDocSave, AddedElementsTakeAfterTheirSiblings) {
          "<r>\n  <L>\n    <n f=\"x\" />\n    <n f=\"x\" />\n  </L>\n</r>"},
         {"of tags", "<r>\n\t<L id='&gt;>'></L>\n</r>",
          "<r>\n\t<L id='&gt;>'>\n\t\t<n f='x'/>\n\t\t<n f='x'/>\n\t</L>\n</r>"},
-        {"of blanks", "<r>\n  <L>\n  </L>\n</r>",
-         "<r>\n  <L>\n    <n f=\"x\"/>\n    <n f=\"x\"/>\n  </L>\n</r>"},
         {"no lines", "<r><L><a/></L></r>", "<r><L><a/><n f=\"x\"/><n f=\"x\"/></L></r>"},
         {"what looks like tags",
          "<r>\n <L>\n  <a><L/><!-- </L> > --><![CDATA[</L>]]><?p </L>?></a>\n  <!-- end -->\n "
@@ -65,18 +62,11 @@ TEST(XmlDocSave, AddedElementsTakeAfterTheirSiblings) {
          "<r>\n <L>\n  <a><L/><!-- </L> > --><![CDATA[</L>]]><?p </L>?></a>\n  <!-- end -->\n"
          "  <n f=\"x\"/>\n  <n f=\"x\"/>\n </L>\n</r>"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        const auto addTwo = [](XmlDoc& document) {
-            AddTo(document, "L");
-            AddTo(document, "L");
-        };
-        EXPECT_EQ(Saved(c.before, addTwo), c.after);
-        const auto utf16 = [](const std::string& text) {
-            return EncodeFromUtf8("\uFEFF" + text, TextEncoding::Utf16Big);
-        };
-        EXPECT_EQ(Saved(utf16(c.before), addTwo), utf16(c.after));
-    }
+    const auto addTwo = [](XmlDoc& document) {
+        AddTo(document, "L");
+        AddTo(document, "L");
+    };
+    for (const auto& [what, before, after] : cases) EXPECT_EQ(Saved(before, addTwo), after) << what;
     const auto nested = [](XmlDoc& document) {
         XmlDoc child = document.AddDocument("L", "n").AddDocument("", "m");
         child.AddDocument("", "o");
@@ -112,8 +102,6 @@ TEST(XmlDocSave, AddedAttributesAndRefusals) {
     EXPECT_TRUE(nothing.Save(directory.Path("new.xml")));
     EXPECT_EQ(directory.Read("new.xml"),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Vexa>\n  <n f=\"x\"/>\n</Vexa>\n");
-    EXPECT_FALSE(nothing.Save(directory.Path("none/new.xml")));
-    EXPECT_NE(nothing.GetError(), "");
 }
 
 TEST(XmlDocSave, NothingIsWrittenWithoutAChange) {
@@ -168,13 +156,11 @@ TEST(XmlDocSave, ChangedValuesAreSubstitutedAndReadBack) {
             before += around + "old&#65;\u00E4" + quote + " h=''/>";
             after += around + xml::EscapedValue(value, quote) + quote + " h=''/>";
         }
-        XmlDoc document;
-        RC_ASSERT(document.OpenText(EncodeFromUtf8(before + "</r>", encoding)));
-        for (std::size_t i = 0; i < values.size(); ++i)
-            RC_ASSERT(document.SetChildDocument("", i).SetAttribute("", "f", values[i]));
-        const test::TempDir directory;
-        RC_ASSERT(document.Save(directory.Path("new.xml")));
-        const std::string saved = directory.Read("new.xml");
+        const std::string saved =
+            Saved(EncodeFromUtf8(before + "</r>", encoding), [&](XmlDoc& document) {
+                for (std::size_t i = 0; i < values.size(); ++i)
+                    RC_ASSERT(document.SetChildDocument("", i).SetAttribute("", "f", values[i]));
+            });
         RC_ASSERT(saved == EncodeFromUtf8(after + "</r>", encoding));
         XmlDoc again;
         RC_ASSERT(again.OpenText(saved));

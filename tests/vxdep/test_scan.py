@@ -65,9 +65,6 @@ class Summary(ProjectCase):
         self.assertIn("temp/gen_dep", full.stderr.decode())
         self.assertEqual(self.summary()["references"], 4000)
 
-    def test_an_empty_tree(self):
-        self.assertEqual(self.summary()["files"], 0)
-
 
 class OnATerminal(ProjectCase):
     """Runs vxdep with standard error on a terminal."""

@@ -2,7 +2,6 @@
 
 #include <boost/filesystem/exception.hpp>
 #include <filesystem>
-#include <map>
 
 #include "tests/support/TempDir.h"
 #include "vxdependency/rename/FileUtils.h"
@@ -39,27 +38,24 @@ TEST_F(CopyDirTest, CopiesEveryDepth) {
 TEST_F(CopyDirTest, LeavesFilesToTheCallback) {
     m_dir.Write("from/a.txt", "a");
     m_dir.Write("from/deep/b.txt", "b");
-    std::map<std::string, std::string> calls;
+    std::vector<std::string> calls;
     const auto onFile = [&calls](const std::string& source, const auto& target) {
         EXPECT_TRUE(std::filesystem::is_directory(target.parent_path().string()));
-        EXPECT_TRUE(calls.emplace(source, target.string()).second);
+        calls.push_back(source + " " + target.string());
     };
     ASSERT_TRUE(Copy("from", "to", onFile));
-    EXPECT_THAT(calls,
-                testing::ElementsAre(
-                    testing::Pair(m_dir.Path("from/a.txt"), m_dir.Path("to/a.txt")),
-                    testing::Pair(m_dir.Path("from/deep/b.txt"), m_dir.Path("to/deep/b.txt"))));
-    EXPECT_FALSE(std::filesystem::exists(m_dir.Path("to/a.txt")));
+    EXPECT_THAT(calls, testing::UnorderedElementsAre(
+                           m_dir.Path("from/a.txt ") + m_dir.Path("to/a.txt"),
+                           m_dir.Path("from/deep/b.txt ") + m_dir.Path("to/deep/b.txt")));
+    EXPECT_FALSE(m_dir.Exists("to/a.txt"));
 }
 
 TEST_F(CopyDirTest, SaysWhatIsInTheWay) {
     m_dir.Write("file", "");
-    for (const char* const source : {"file", "none"}) {
-        EXPECT_FALSE(Copy(source, "to"));
-        EXPECT_EQ(m_message, "Source directory " + m_dir.Path(source) +
-                                 " does not exist or is not a directory.\n");
-        EXPECT_FALSE(std::filesystem::exists(m_dir.Path("to")));
-    }
+    EXPECT_FALSE(Copy("file", "to"));
+    EXPECT_EQ(m_message, "Source directory " + m_dir.Path("file") +
+                             " does not exist or is not a directory.\n");
+    EXPECT_FALSE(m_dir.Exists("to"));
     m_dir.Write("from/deep/a.txt", "a");
     EXPECT_FALSE(Copy("from", "no/parent"));
     EXPECT_EQ(m_message, "Unable to create destination directory" + m_dir.Path("no/parent") + "\n");

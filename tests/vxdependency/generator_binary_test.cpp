@@ -1,41 +1,31 @@
 // Sprites, terrain chunks and raw animations.
 
-#include <gmock/gmock.h>
-
 #include <array>
 #include <fstream>
 #include <numeric>
 #include <optional>
 #include <tuple>
 
-#include "tests/support/LogCapture.h"
-#include "tests/support/Project.h"
+#include "tests/support/Reading.h"
 #include "vexa/io/RawAnimation.h"
 #include "vexa/terrain/ChunkData.h"
-#include "vxdependency/generators/DependencyBase.h"
-#include "vxdependency/generators/ReferenceObserver.h"
-#include "vxdependency/manager/DependencyManager.h"
 
-namespace vexa {
+namespace vexa::test {
 namespace {
 
-using List = CDependencyBase::List;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class BinaryReading : public testing::Test, public IReferenceObserver {
+class BinaryReading : public ReadingTest, public IReferenceObserver {
 protected:
-    CDependencyBase& Generator(const std::string& key) {
-        return *CDependencyManager::GetSingletonPtr()->GetDependencyGenerator(key);
-    }
-    bool Read(const std::string& file) {
-        first.clear();
+    BinaryReading()
+        : ReadingTest(R"({"surf": {"name_list": [{"e": "Texture*", "a": "file", "s": 1}]},
+                          "scn": {"name_list": [{"e": "play", "a": "file", "s": 1024}]}})") {}
+
+    bool Read(const std::string& key) {
         places.clear();
-        List second;
         const ObserverUse use(this);
-        const bool read = Generator(file).GenerateDependency(file, first, second);
-        EXPECT_THAT(second, IsEmpty());
-        return read;
+        return ReadingTest::Read(key);
     }
     // Where references stand must be where their text stands.
     void OnReference(const ReferenceReport& report) override {
@@ -51,44 +41,34 @@ protected:
     void OnAbsent(const std::string&) override {}
     void OnReadThrough(const std::string&) override {}
 
-    test::Project project{R"({"surf": {"name_list": [{"e": "Texture*", "a": "file", "s": 1}]},
-                              "scn": {"name_list": [{"e": "play", "a": "file", "s": 1024}]}})"};
-    List first;
     std::vector<std::string> places;
 };
 
 TEST_F(BinaryReading, SpritesNameTheirImageOnTheFourthLine) {
     const std::string lines = "sprite\n16 16\n1\n";
-    const std::string longest(284, 'x');
     const std::pair<std::string, std::optional<std::string>> cases[] = {
         {lines + "img/a.png 0 0 16 16\nmore", "img/a.png"},
         {lines + "../no\\such.png\nm", "../no\\such.png"},
         {lines + "12.png\tx y\nm", "12.png\tx"},
         {"sprite\r\n16 16\r\n\r\n\n1\r\r\nimg/a.png 1\r\nm", "img/a.png"},
-        {"a\rb\rc\rimg/a.png 1\rm", "img/a.png"},
         {"\n\nb\nc\nimg/a.png\nm", "img/a.png"},  // a break at the start ends an empty line
-        {lines + "img/a.png 1", std::nullopt},
         {lines + "img/a.png 1\r\n\n\r\n", std::nullopt},
-        {lines, std::nullopt},
         {"", std::nullopt},
-        {lines + longest + "yz\nm", longest},
-        {lines + longest + " y\nm", longest},
-        {lines + longest.substr(1) + " y\nm", longest.substr(1)},
+        {lines + std::string(286, 'x') + "\nm", std::string(284, 'x')},
         {lines + " img/a.png\nm", ""},
         {lines + std::string("a.png\0b\nm", 9), "a.png"},
-        {lines + "99999999999999999999\nm", "99999999999999999999"},
     };
-    test::LogCapture log;
+    LogCapture log;
     for (const auto& [text, image] : cases) {
         project.Write("dir/s.spr", text);
-        EXPECT_EQ(Read("dir\\s.spr"), image.has_value()) << testing::PrintToString(text);
+        EXPECT_EQ(Read("dir/s.spr"), image.has_value()) << testing::PrintToString(text);
         EXPECT_EQ(first, image ? List{*image} : List{}) << testing::PrintToString(text);
         EXPECT_EQ(places.size(), first.size());
     }
     project.Write("dir/s.spr", "a\n\n\nb\nc\na.png\nm");
-    EXPECT_TRUE(Read("dir\\s.spr"));
+    EXPECT_TRUE(Read("dir/s.spr"));
     EXPECT_THAT(places, ElementsAre("image 6"));
-    EXPECT_FALSE(Read("dir\\none.spr"));
+    EXPECT_FALSE(Read("dir/none.spr"));
     EXPECT_THAT(log.TakeTexts(), IsEmpty());
 }
 
@@ -100,32 +80,26 @@ TEST_F(BinaryReading, ChunksNameASurfaceAndTextures) {
         for (const char* name : {"tex\\a.png", "", "none.png"}) chunk.AddTexture(name);
         project.Write("t.chunk", chunk.ToBytes());
     };
-    test::LogCapture log;
-    const std::pair<const char*, bool> surfaces[] = {{"none/rock.surf", true},
-                                                     {"a.surf.chunk", true},
-                                                     {"a.surface.scn", true},
-                                                     {"rock.mat", false},
-                                                     {"", false},
-                                                     {".surf", true},
-                                                     {"surf", false},
-                                                     {"rock.surface", false}};
-    for (const auto& [surface, named] : surfaces) {
+    LogCapture log;
+    for (const char* no : {"rock.mat", "", "surf", "rock.surface"}) {
+        write(no);
+        EXPECT_TRUE(Read("t.chunk"));
+        EXPECT_THAT(first, ElementsAre("tex\\a.png", "none.png")) << no;
+    }
+    for (const char* surface : {"a.surf.chunk", "a.surface.scn", ".surf"}) {
         write(surface);
-        EXPECT_TRUE(Read(".\\t.chunk"));
-        const List textures{"tex\\a.png", "none.png"};
-        List expected = textures;
-        if (named) expected.insert(expected.begin(), surface);
-        EXPECT_EQ(first, expected) << surface;
+        EXPECT_TRUE(Read("t.chunk"));
+        EXPECT_THAT(first, ElementsAre(surface, "tex\\a.png", "none.png"));
     }
     write("none/rock.surf");
-    EXPECT_TRUE(Read(".\\t.chunk"));
+    EXPECT_TRUE(Read("t.chunk"));
     EXPECT_THAT(places, ElementsAre("surface 0", "texture 0 0", "texture 2 0"));
     EXPECT_THAT(CDependencyManager::GetSingleton().GenerateDependency("t.chunk", ""),
                 ElementsAre("none/rock.surf", "tex/a.png", "none.png"));
 
     project.Write("bad.chunk", "VXTC");
-    EXPECT_FALSE(Read(".\\bad.chunk"));
-    EXPECT_FALSE(Read(".\\none.chunk"));
+    EXPECT_FALSE(Read("bad.chunk"));
+    EXPECT_FALSE(Read("none.chunk"));
     EXPECT_THAT(first, IsEmpty());
     EXPECT_THAT(log.TakeTexts(), IsEmpty());
     EXPECT_TRUE(Generator("t.chunk").RenameReference(".\\t.chunk", "none.png", "b.png"));
@@ -152,36 +126,32 @@ protected:
 
 TEST_F(RawAnimations, NameOneResourceRelativeToTheirFolder) {
     const std::tuple<const char*, const char*, List> cases[] = {
-        {"a\\w.rawanimation", "walk.skel", {"a/walk.skel"}},
-        {".\\w.rawanimation", "walk.skel", {"walk.skel"}},
-        {"a\\b\\w.rawanimation", "..\\s/walk.skel", {"a/s/walk.skel"}},
-        {"a\\w.rawanimation", "../../walk.skel", {"../walk.skel"}},
-        {"a\\w.rawanimation", "/walk.skel", {"a/walk.skel"}},
-        {"a\\w.rawanimation", "", {}},
+        {"w.rawanimation", "walk.skel", {"walk.skel"}},
+        {"a/b/w.rawanimation", "..\\s/walk.skel", {"a/s/walk.skel"}},
+        {"a/w.rawanimation", "../../walk.skel", {"../walk.skel"}},
+        {"a/w.rawanimation", "/walk.skel", {"a/walk.skel"}},
+        {"a/w.rawanimation", "", {}},
     };
     for (const auto& [file, reference, expected] : cases) {
         Write(file, reference);
         EXPECT_TRUE(Read(file)) << reference;
         EXPECT_EQ(first, expected) << reference;
     }
-    test::LogCapture log;
+    LogCapture log;
     const std::string whole = Bytes("walk.skel");
-    for (const std::string& bytes :
-         {whole.substr(0, 23), whole.substr(0, 43), whole.substr(0, 52),
-          Bytes(std::string(1, '\0')),
-          std::string(40, 'x') + std::string("\0\x20\0\0", 4) + std::string(9000, 'x')}) {
+    for (const std::string& bytes : {whole.substr(0, 23), whole.substr(0, 43), whole.substr(0, 52),
+                                     Bytes(std::string(1, '\0')), std::string(9040, ' ')}) {
         project.Write("bad.rawanimation", bytes);
-        EXPECT_FALSE(Read(".\\bad.rawanimation")) << bytes.size();
+        EXPECT_FALSE(Read("bad.rawanimation")) << bytes.size();
     }
     EXPECT_FALSE(Read("none.rawanimation"));
-    EXPECT_FALSE(Animations().GenerateDependency("", first, first));
     EXPECT_THAT(first, IsEmpty());
     EXPECT_THAT(log.TakeTexts(), IsEmpty());
 
     // Hundreds of gigabytes of body are no matter.
     project.Write("big.rawanimation", whole);
     std::filesystem::resize_file(project.Resource("big.rawanimation"), std::uintmax_t{1} << 38);
-    EXPECT_TRUE(Read(".\\big.rawanimation"));
+    EXPECT_TRUE(Read("big.rawanimation"));
     EXPECT_THAT(places, ElementsAre("reference 0"));
 
     // What an animation names comes with it.
@@ -213,8 +183,6 @@ TEST_F(RawAnimations, KeepNamingTheirResourceWhenTheyMove) {
         EXPECT_TRUE(Animations().Rename(project.Resource("a/w"), project.Resource(key), true));
         EXPECT_FALSE(Animations().Rename("../w", to, true));
     }
-    EXPECT_TRUE(Animations().Rename("none", "none", false));
-    EXPECT_FALSE(Animations().Rename("", "b\\w.rawanimation", false));
     EXPECT_FALSE(Animations().Rename("a\\w.rawanimation", "none\\w.rawanimation", false));
 }
 
@@ -238,4 +206,4 @@ TEST_F(RawAnimations, FollowTheirResourceWhenItMoves) {
 }
 
 }  // namespace
-}  // namespace vexa
+}  // namespace vexa::test

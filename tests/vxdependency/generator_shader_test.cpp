@@ -1,21 +1,16 @@
 // Reading shader sources, effects and the shaders of surfaces, and following what they lead to.
 
-#include <gmock/gmock.h>
 #include <rapidcheck.h>
 
 #include <map>
 
-#include "tests/support/LogCapture.h"
-#include "tests/support/Project.h"
+#include "tests/support/Reading.h"
 #include "vxdependency/generators/ClosureWalk.h"
 #include "vxdependency/generators/DependencyNfx.h"
-#include "vxdependency/generators/ReferenceObserver.h"
-#include "vxdependency/manager/DependencyManager.h"
 
-namespace vexa {
+namespace vexa::test {
 namespace {
 
-using List = CDependencyBase::List;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -30,45 +25,28 @@ std::string Including(const List& names) {
     return text;
 }
 
-class ShaderReading : public testing::Test {
+class ShaderReading : public ReadingTest {
 protected:
-    CDependencyManager& Manager() { return CDependencyManager::GetSingleton(); }
-    List Read(const std::string& path) {
-        List list, second;
-        EXPECT_TRUE(Manager().GetDependencyGenerator(path)->GenerateDependency(path, list, second));
+    ShaderReading() : ReadingTest(kConfig) {}
+
+    List ListOf(const std::string& path) {
+        first.clear();
+        EXPECT_TRUE(Generator(path).GenerateDependency(path, first, second));
         EXPECT_THAT(second, IsEmpty());
-        return list;
+        return first;
     }
 
-    test::Project project{kConfig};
-    test::LogCapture log;
-};
-
-struct Observer final : IReferenceObserver {
-    void OnReference(const ReferenceReport& report) override {
-        const ReferencePlace place = report.site.Describe();
-        references.push_back(report.file + ":" + std::to_string(place.line) + " " + place.rule +
-                             " " + report.text + (report.candidates[0].exists ? "" : " missing"));
-    }
-    void OnAbsent(const std::string& key) override { absent.push_back(key); }
-    void OnReadThrough(const std::string& key) override { readThrough.push_back(key); }
-
-    List references, absent, readThrough;
-    ObserverUse use{this};
+    LogCapture log;
 };
 
 TEST_F(ShaderReading, ListsDirectIncludesThatExist) {
     project.Touch("fx/a.h", "fx/sub/b.h", "top.h", "fx/top.h", "fx/nul.h");
     const std::string text = Including({"a.h", "no.h", "sub/b.h", "a.h", "../top.h", "sub"});
-    for (const char* key : {"fx/x.ps", "top.vs"}) {
-        project.Write(key, text + std::string(1, '\0') + Including({"nul.h"}));
-    }
-    project.Touch("fx/empty.hlsl");
-    EXPECT_THAT(Read("fx\\x.ps"), ElementsAre("fx\\a.h", "fx\\sub/b.h", "fx\\a.h", "fx\\../top.h"));
-    EXPECT_THAT(Read("fx/x.ps"), ElementsAre("fx/x.ps\\../top.h"))
+    project.Write("fx/x.ps", text + std::string(1, '\0') + Including({"nul.h"}));
+    EXPECT_THAT(ListOf("fx\\x.ps"),
+                ElementsAre("fx\\a.h", "fx\\sub/b.h", "fx\\a.h", "fx\\../top.h"));
+    EXPECT_THAT(ListOf("fx/x.ps"), ElementsAre("fx/x.ps\\../top.h"))
         << "only a backslash ends the directory";
-    EXPECT_THAT(Read(project.Root() + "/res/fx\\x.ps"), testing::SizeIs(4));
-    EXPECT_THAT(Read("fx\\empty.hlsl"), IsEmpty());
     EXPECT_THAT(Manager().GenerateDependency("fx/x.ps", ""),
                 ElementsAre("fx/a.h", "fx/sub/b.h", "top.h"));
 }
@@ -93,8 +71,8 @@ TEST_F(ShaderReading, EffectsListAllThatTheyLeadTo) {
                                   "float F < string R = \"t/y.png\"; >;\n"
                                   "technique L { pass P { VertexShader = \"fx/v.vs\"; }\n"
                                   "pass Q { VertexShader = \"/fx/w.1.vs\"; } }\n$");
-    const Observer observer;
-    EXPECT_THAT(Read("fx\\e.nfx"),
+    const NotingObserver observer;
+    EXPECT_THAT(ListOf("fx\\e.nfx"),
                 ElementsAre("fx/w_metal.1.vs", "fx/v_gl.vs", "fx/v.vs", "fx\\c.ps", "t/x.png",
                             "fx\\none.h", "fx\\a.ps", "fx\\c.ps"));
     EXPECT_THAT(log.TakeTexts(), ElementsAre(testing::StartsWith("fx\\e.nfx: not all ")));
@@ -130,7 +108,7 @@ TEST_F(ShaderReading, SurfacesListWhatTheirShadersInclude) {
     project.Write("s/y.hlsl", Including({"t.png", "other.surf"}));
     project.Write("s/other.surf", "<use file='x.hlsl'/>");
     project.Write("s/m.surf", "<use file='x.hlsl' also='x.hlsl.bak'/>");
-    EXPECT_THAT(Read("s\\m.surf"),
+    EXPECT_THAT(ListOf("s\\m.surf"),
                 ElementsAre("s/x.hlsl", "s/x.hlsl.bak", "s\\t.png", "s\\y.hlsl", "s\\other.surf"));
     EXPECT_THAT(log.TakeTexts(),
                 ElementsAre(testing::EndsWith(": s/x.hlsl > s/y.hlsl > s/other.surf > s/x.hlsl")));
@@ -171,7 +149,7 @@ List ListWithoutGuards(const Includes& files, const std::string& file, std::size
     return list;
 }
 
-void WriteAll(const test::Project& project, const Includes& files) {
+void WriteAll(const Project& project, const Includes& files) {
     for (const auto& [path, includes] : files) {
         List names;
         for (const std::string& include : includes) names.push_back(include.substr(2));
@@ -195,7 +173,7 @@ TEST_F(ShaderReading, GuardsDoNotShowWithoutRings) {
         const List expected = ListWithoutGuards(files, paths[0], ClosureWalk::kLimit + 1);
         RC_PRE(expected.size() <= ClosureWalk::kLimit);
         WriteAll(project, files);
-        RC_ASSERT(Read(paths[0]) == expected);
+        RC_ASSERT(ListOf(paths[0]) == expected);
         RC_ASSERT(log.TakeTexts() == List());
     });
 }
@@ -214,7 +192,7 @@ TEST_F(ShaderReading, NestedDiamondsAreCutAtTheLimit) {
         files[path('a', 40)] = files[path('b', 40)] = {};
         files["d\\e.nfx"] = {path('a', 0)};
         WriteAll(project, files);
-        List list = Read("d\\e.nfx");
+        List list = ListOf("d\\e.nfx");
         EXPECT_THAT(log.TakeTexts(), ElementsAre(HasSubstr("more than 65536 entries")));
         EXPECT_LT(list.size(), ClosureWalk::kLimit * 3);
         if (extension == ".vs") {
@@ -227,4 +205,4 @@ TEST_F(ShaderReading, NestedDiamondsAreCutAtTheLimit) {
 }
 
 }  // namespace
-}  // namespace vexa
+}  // namespace vexa::test

@@ -39,81 +39,58 @@ constexpr const char* kScene = "level\\scene.xml";
 TEST(Revert, KeepsTheFormOfThePath) {
     const test::Project project;
     const std::string absolute = project.Resource("");
-    Check(kScene,
-          {
-              {"a.png", 0x1, "level/a.png", "level/b.png", "b.png"},
-              {"a.png", 0x1, "level/a.png", "level/A.png", "A.png"},
-              {"a.png", 0x5, "level/a.png", "level/sub/b c.png", "sub/b c.png"},
-              {"a.png", 0x1, "level/a.png", "b.png", "../b.png"},
-              {"a.png", 0x1, "a.png", "b.png", "b.png"},
-              {"a.png", 0x1, "a.png", "level/b.png", "level/b.png"},
-              {"a.png", 0x1, "", "level/b.png", "b.png"},
-              {"tex/a.png", 0x1, "", "tex/b.png", "tex/b.png"},
-              {"a.png", 0x1, "", "tex/b.png", "../tex/b.png"},
-              {"a.png", 0x2, "a.png", "tex/b.png", "tex/b.png"},
-              {"../tex/a.png", 0, "x.png", "tex/b.png", "tex/b.png"},
-              {"..\\tex\\a.png", 0x1, "tex/a.png", "t\xC3\xA4/\xE4.x.png",
-               "..\\t\xC3\xA4\\\xE4.x.png"},
-              {".\\a.png", 0x1, "level/a.png", "level/sub/b.png", ".\\sub\\b.png"},
-              {"./a.png", 0x1, "level/a.png", "b.png", "../b.png"},
-              {"./tex/a.png", 0, "tex/a.png", "b.png", "./b.png"},
-              // A folder that stays keeps its spelling.
-              {"..//level\\.\\a.png", 0x1, "level/a.png", "level/b.png", "..//level\\.\\b.png"},
-              {"/tex/a.png", 0x9, "tex/a.png", "level/b.png", "/level/b.png"},
-              {"/tex/a.png", 0x9, "level/tex/a.png", "level/b.png", "/b.png"},
-              {"\\res\\tex\\a.png", 0x9, "tex/a.png", "fx/b.png", "\\res\\fx\\b.png"},
-              {"res/a.png", 0x8, "a.png", "res/b.png", "res/res/b.png"},
-              {"tex/a.png", 0x8, "tex/a.png", "res/b.png", "./res/b.png"},
-              {"res/a.png", 0x9, "level/res/a.png", "level/b.png", "b.png"},
-              {absolute + "tex/a.png", 0x3, "tex/a.png", "b.png", absolute + "b.png"},
-              {"a.png", 0x0, "a.png", "C:/b.png", "./C:/b.png"},
-          });
-    Check(".\\top.xml", {{"a.png", 0x1, "a.png", "tex/b.png", "tex/b.png"},
-                         {"tex/a.png", 0x1, "tex/a.png", "b.png", "b.png"}});
+    Check(
+        kScene,
+        {{"a.png", 0x1, "level/a.png", "level/b.png", "b.png"},
+         {"a.png", 0x5, "level/a.png", "level/sub/b c.png", "sub/b c.png"},
+         {"a.png", 0x1, "level/a.png", "b.png", "../b.png"},
+         {"a.png", 0x1, "a.png", "level/b.png", "level/b.png"},
+         {"a.png", 0x1, "", "tex/b.png", "../tex/b.png"},
+         {"a.png", 0x2, "a.png", "tex/b.png", "tex/b.png"},
+         {"..\\tex\\a.png", 0x1, "tex/a.png", "t\xC3\xA4/\xE4.x.png", "..\\t\xC3\xA4\\\xE4.x.png"},
+         {".\\a.png", 0x1, "level/a.png", "level/sub/b.png", ".\\sub\\b.png"},
+         {"./tex/a.png", 0, "tex/a.png", "b.png", "./b.png"},
+         // A folder that stays keeps its spelling.
+         {"..//level\\.\\a.png", 0x1, "level/a.png", "level/b.png", "..//level\\.\\b.png"},
+         {"/tex/a.png", 0x9, "tex/a.png", "level/b.png", "/level/b.png"},
+         {"/tex/a.png", 0x9, "level/tex/a.png", "level/b.png", "/b.png"},
+         {"\\res\\tex\\a.png", 0x9, "tex/a.png", "fx/b.png", "\\res\\fx\\b.png"},
+         {"res/a.png", 0x8, "a.png", "res/b.png", "res/res/b.png"},
+         {"tex/a.png", 0x8, "tex/a.png", "res/b.png", "./res/b.png"},
+         {absolute + "tex/a.png", 0x3, "tex/a.png", "b.png", absolute + "b.png"},
+         {"a.png", 0x0, "a.png", "C:/b.png", "./C:/b.png"}});
+    Check(".\\top.xml", {{"tex/a.png", 0x1, "tex/a.png", "b.png", "b.png"}});
     Check("a\\b\\c.xml", {{"x.png", 0x1, "a/b/x.png", "d/x.png", "../../d/x.png"}});
 }
 
 TEST(Revert, KeepsWhatStandsBesideThePath) {
     const test::Project project;
-    Check(kScene, {
-                      {"a.png?v=2/3", 0x29, "level/a.png", "tex/b.png", "../tex/b.png?v=2/3"},
-                      {"\\a.png|x\\y", 0x28, "a.png", "tex/b.png", "\\tex\\b.png|x\\y"},
-                      {"a.png#x", 0x1, "level/a.png#x", "level/b.png", "b.png"},
-                      {"a.png#x", 0x21, "level/a.png", "level/a#b.png", "a#b.png"},
-                      {"tex/a.png", 0x21, "tex/a.png", "level/a#b.png", "a#b.png"},
-                      {"a.png#x", 0x20, "a.png", "a#b.png", "a#b.png#x", false},
-                      {"glow", 0x10, "level/glow.nfx", "fx/shine.nfx", "../fx/shine"},
-                      {"fx/glow", 0x10, "fx/glow.nfx", "fx/shine.nfx", "fx/shine"},
-                      {"glow", 0x10, "level/glow.nfx", "level/glow.nfx.nfx", "glow.nfx.nfx"},
-                      {"glow", 0x10, "level/glow.nfx", "level/glow.fx", "level/glow.fx"},
-                      {"glow.nfx", 0x10, "level/glow.nfx", "shine.nfx", "../shine.nfx"},
-                      {"a.mat", 0x81, "level/a.mat", "b.mat", "../b.mat"},
-                      {"a.rawanimation", 0x400, "level/a.rawanimation", "b.rawanimation",
-                       "../b.rawanimation"},
-                  });
+    Check(kScene, {{"a.png?v=2/3", 0x29, "level/a.png", "tex/b.png", "../tex/b.png?v=2/3"},
+                   {"\\a.png|x\\y", 0x28, "a.png", "tex/b.png", "\\tex\\b.png|x\\y"},
+                   {"a.png#x", 0x1, "level/a.png#x", "level/b.png", "b.png"},
+                   {"a.png#x", 0x21, "level/a.png", "level/a#b.png", "a#b.png"},
+                   {"a.png#x", 0x20, "a.png", "a#b.png", "a#b.png#x", false},
+                   {"glow", 0x10, "level/glow.nfx", "fx/shine.nfx", "../fx/shine"},
+                   {"fx/glow", 0x10, "fx/glow.nfx", "fx/shine.nfx", "fx/shine"},
+                   {"glow", 0x10, "level/glow.nfx", "level/glow.fx", "level/glow.fx"}});
 }
 
 TEST(Revert, GoesByTheFilesThatAreThere) {
     const test::Project project;
     project.Touch("tex/oak.png", "tex/elm.png", "tex/elm.tga", "tex/ash.png", "tex/ash.dds",
                   "level/b.png", "b.png", "geod.gaj", "field/geod.bson", "level/geod.gax");
-    Check(kScene, {
-                      {"../tex/wood.tga", 0x101, "tex/wood.png", "tex/oak.png", "../tex/oak.tga"},
-                      {"tex/wood.tga", 0x100, "tex/wood.png", "tex/oak.png", "tex/oak.tga"},
-                      {"tex/wood.tga#1", 0x120, "tex/wood.png", "tex/oak.png", "tex/oak.tga#1"},
-                      {"tex/wood.tga", 0x100, "tex/wood.tga", "tex/oak.png", "tex/oak.png"},
-                      {"tex/wood.tga", 0x100, "tex/wood.png", "tex/elm.png", "tex/elm.png"},
-                      {"tex/wood.bmp", 0x100, "tex/wood.png", "tex/ash.png", "tex/ash.png"},
-                      {"tex/wood.tga", 0x102, "tex/wood.png", "tex/none.png", "tex/none.png"},
-                      // "b.png" would name both.
-                      {"a.png", 0x1, "a.png", "b.png", "../b.png"},
-                      {"a.png", 0x1, "level/a.png", "level/b.png", "level/b.png"},
-                      {"land\\", 0x800, "land/geod.bson", "field/geod.bson", "field\\"},
-                      {"land", 0x800, "level/land/geod.bson", "field/geod.bson", "../field"},
-                      {"land", 0x800, "land/geod.gaj", "geod.gaj", ".."},
-                      {".", 0x800, "level/geod.bson", "field/geod.bson", "../field"},
-                      {"land", 0x800, "land/geod.bson", "field/other.bson", "field/other.bson"},
-                  });
+    Check(kScene, {{"../tex/wood.tga", 0x101, "tex/wood.png", "tex/oak.png", "../tex/oak.tga"},
+                   {"tex/wood.tga", 0x100, "tex/wood.png", "tex/oak.png", "tex/oak.tga"},
+                   {"tex/wood.tga#1", 0x120, "tex/wood.png", "tex/oak.png", "tex/oak.tga#1"},
+                   {"tex/wood.tga", 0x100, "tex/wood.png", "tex/elm.png", "tex/elm.png"},
+                   {"tex/wood.bmp", 0x100, "tex/wood.png", "tex/ash.png", "tex/ash.png"},
+                   // "b.png" would name both.
+                   {"a.png", 0x1, "a.png", "b.png", "../b.png"},
+                   {"a.png", 0x1, "level/a.png", "level/b.png", "level/b.png"},
+                   {"land\\", 0x800, "land/geod.bson", "field/geod.bson", "field\\"},
+                   {"land", 0x800, "level/land/geod.bson", "field/geod.bson", "../field"},
+                   {".", 0x800, "level/geod.bson", "field/geod.bson", "../field"},
+                   {"land", 0x800, "land/geod.bson", "field/other.bson", "field/other.bson"}});
     Check("top.xml", {{"land", 0x800, "land/geod.gaj", "geod.gaj", "."}});
 }
 

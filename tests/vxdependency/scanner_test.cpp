@@ -62,40 +62,6 @@ protected:
     Project project{kRules};
 };
 
-TEST_F(ScannerTest, ReadsWhatIsNewOrChangedAndNothingElse) {
-    project.Touch("u.png");
-    WriteScenes(20);
-    const ScanStatistics first = Scan();
-    EXPECT_TRUE(first.complete);
-    EXPECT_EQ(first.files, 22);
-    EXPECT_EQ(first.regenerated, 20);
-    EXPECT_EQ(first.references, 20);
-    EXPECT_TRUE(Manager().IsScanningFinished());
-    EXPECT_THAT(Users("t.png"), SizeIs(20));
-    EXPECT_EQ(Scan().regenerated, 0) << "nothing changed";
-
-    project.Write("s/7.xml", Naming("u.png") + " ");
-    const ScanStatistics third = Scan();
-    EXPECT_EQ(third.regenerated, 1);
-    EXPECT_EQ(third.references, 20);
-    EXPECT_THAT(Users("u.png"), ElementsAre("s/7.xml"));
-    EXPECT_THAT(Users("t.png"), SizeIs(19));
-}
-
-TEST_F(ScannerTest, ForgetsFilesThatAreGoneAndReadsThoseThatNamedThem) {
-    project.Touch("t.png", "d/u.png");
-    project.Write("one.xml", "<s><a f='t.png'/><a f='d/u.png'/></s>");
-    project.Write("d/two.xml", Naming("t.png"));
-    Scan();
-    project.Remove("d");
-    const ScanStatistics statistics = Scan();
-    EXPECT_EQ(statistics.removed, 2);
-    EXPECT_EQ(statistics.references, 1);
-    EXPECT_THAT(References("one.xml"), ElementsAre("t.png"));
-    EXPECT_THAT(Users("t.png"), ElementsAre("one.xml"));
-    EXPECT_EQ(Scan().removed, 0);
-}
-
 TEST_F(ScannerTest, ChangedRulesAreAReasonToReadEverythingAgain) {
     WriteScenes(3);
     Scan();
@@ -112,31 +78,15 @@ TEST_F(ScannerTest, ChangedRulesAreAReasonToReadEverythingAgain) {
 }
 
 TEST_F(ScannerTest, LogsProgressInTenths) {
+    WriteScenes(24);
     LogCapture log;
-    const auto progressLines = [&log] {
-        List lines;
-        for (const std::string& text : log.TakeTexts()) {
-            if (text.find("Progress") != std::string::npos) lines.push_back(text);
-        }
-        return lines;
-    };
-    EXPECT_TRUE(Scan().complete) << "an empty tree";
-    EXPECT_EQ(Manager().GetScanProgress(), 100);
-    EXPECT_THAT(log.TakeTexts(), Contains("Resource Dependency Scanning Finished!"));
-    WriteScenes(8);
-    Scan();
-    EXPECT_THAT(progressLines(), IsEmpty()) << "fewer than ten files have no tenths";
-
-    // The next scan counts the nine again beside its 16.
-    project.Remove("s");
-    WriteScenes(15);
     Scan();
     List expected;
-    for (int threshold = 2; threshold <= 25; threshold += 2) {
+    for (int threshold = 2; threshold <= 25; threshold += 2)
         expected.push_back("Resource Dependency Scanning Progress " +
                            std::to_string((threshold + 1) * 100 / 25) + " % .");
-    }
-    EXPECT_EQ(progressLines(), expected);
+    expected.push_back("Resource Dependency Scanning Finished!");
+    EXPECT_EQ(log.TakeTexts(), expected);
 }
 
 TEST_F(ScannerTest, BucketsHoldEveryFileOfEveryScan) {
@@ -174,13 +124,10 @@ TEST_F(ScannerTest, LinksAndWriteProtectedFoldersAreNotDescended) {
 TEST_F(ScannerTest, NamesOfEveryKindAreKept) {
     const std::pair<const char*, const char*> names[] = {
         // on disk, in XML
-        {"with space.png", "with space.png"},
-        {"it's (1).png", "it's (1).png"},
-        {"\"quoted\".png", "&quot;quoted&quot;.png"},
+        {"\"quoted\" (1).png", "&quot;quoted&quot; (1).png"},
         {"gr\xC3\xBC\xC3\x9F.png", "gr&#xFC;\xC3\x9F.png"},
         {"latin\xFC.png", "latin\xFC.png"},
-        {"100%.PNG", "100%.PNG"},
-        {".hidden/x.y.png", ".hidden/x.y.png"}};
+        {".hidden/100%.y.PNG", ".hidden/100%.y.PNG"}};
     std::string text;
     for (const auto& [name, attribute] : names) {
         project.Touch(name);
@@ -191,9 +138,8 @@ TEST_F(ScannerTest, NamesOfEveryKindAreKept) {
     LogCapture log;
     Scan();
     EXPECT_THAT(log.TakeTexts(), Contains(HasSubstr("back\\slash.xml")));
-    for (const auto& [name, attribute] : names) {
+    for (const auto& [name, attribute] : names)
         EXPECT_THAT(Users(name), ElementsAre("all of them.xml")) << name;
-    }
 }
 
 TEST_F(ScannerTest, RequestsRunOneAfterAnotherAndAnAwaitedFileIsAnnounced) {
@@ -243,7 +189,6 @@ TEST_F(ScannerTest, APausedScanKeepsWhatIsDoneAndPurgesNothing) {
     EXPECT_FALSE(paused.complete);
     EXPECT_LT(paused.regenerated, 30);
     EXPECT_FALSE(Manager().IsScanningFinished());
-    EXPECT_LT(Manager().GetScanProgress(), 100);
     EXPECT_THAT(Users("t.png"), SizeIs(paused.regenerated));
     EXPECT_EQ(Scan().regenerated, 30 - paused.regenerated);
     EXPECT_THAT(Users("t.png"), SizeIs(30));
@@ -254,14 +199,6 @@ TEST_F(ScannerTest, AFileThatVanishesBetweenWalkAndReadLosesNothingElse) {
     EXPECT_TRUE(ScanWhile("1.xml", [&] { project.Remove("s/1.xml"); }).complete);
     EXPECT_THAT(Users("t.png"), ElementsAre("s/0.xml", "s/2.xml"));
     EXPECT_EQ(Scan().failed, 0) << "a file that is gone is no unreadable file";
-}
-
-TEST_F(ScannerTest, AFileWrittenWhileItIsReadIsReadAgain) {
-    project.Touch("t.png", "u.png");
-    project.Write("one.xml", Naming("t.png"));
-    ScanWhile("one.xml", [&] { project.Write("one.xml", Naming("u.png") + "<!-- longer -->"); });
-    Scan();
-    EXPECT_THAT(References("one.xml"), ElementsAre("u.png"));
 }
 
 TEST_F(ScannerTest, QueriesWhileAScanRunsAreRightAndLeaveItRight) {
@@ -282,31 +219,13 @@ TEST_F(ScannerTest, QueriesWhileAScanRunsAreRightAndLeaveItRight) {
     EXPECT_EQ(Scan().regenerated, 0);
 }
 
-// A folder that cannot be listed, for its life: without root's rights, since root may read
-// everything. What else is in the tree stays usable.
-class ClosedFolder {
-public:
-    ClosedFolder(const std::string& tree, fs::path folder)
-        : m_folder(std::move(folder)), m_root(::geteuid() == 0) {
-        fs::permissions(tree, fs::perms::all);
-        for (const auto& entry : fs::recursive_directory_iterator(tree)) {
-            fs::permissions(entry, fs::perms::all);
-        }
-        fs::permissions(m_folder, fs::perms::owner_write);
-        constexpr uid_t kNobody = 65534;
-        if (m_root && ::seteuid(kNobody) != 0) throw std::runtime_error("root's rights stay");
-    }
-    ~ClosedFolder() {
-        if (m_root && ::seteuid(0) != 0) std::abort();
-        fs::permissions(m_folder, fs::perms::all);
-    }
-    ClosedFolder(const ClosedFolder&) = delete;
-    ClosedFolder& operator=(const ClosedFolder&) = delete;
-
-private:
-    fs::path m_folder;
-    bool m_root;
-};
+TEST_F(ScannerTest, AFileWrittenWhileItIsReadIsReadAgain) {
+    project.Touch("t.png", "u.png");
+    project.Write("one.xml", Naming("t.png"));
+    ScanWhile("one.xml", [&] { project.Write("one.xml", Naming("u.png") + "<!-- longer -->"); });
+    Scan();
+    EXPECT_THAT(References("one.xml"), ElementsAre("u.png"));
+}
 
 TEST_F(ScannerTest, AFolderThatCannotBeReadKeepsItsFilesInTheStore) {
     project.Touch("t.png", "shutter.png");
@@ -314,9 +233,17 @@ TEST_F(ScannerTest, AFolderThatCannotBeReadKeepsItsFilesInTheStore) {
     project.Write("shut/two.xml", Naming("t.png"));
     Scan();
     project.Remove("shutter.png");
-    const ClosedFolder closed(project.Root(), project.Resource("shut"));
+    // Root may read everything; for others the rest of the tree is to stay usable.
+    fs::permissions(project.Root(), fs::perms::all);
+    for (const auto& entry : fs::recursive_directory_iterator(project.Root()))
+        fs::permissions(entry, fs::perms::all);
+    fs::permissions(project.Resource("shut"), fs::perms::owner_write);
+    const uid_t user = ::geteuid();
+    ASSERT_EQ(::seteuid(user == 0 ? 65534 : user), 0);
     LogCapture log;
     const ScanStatistics statistics = Scan();
+    ASSERT_EQ(::seteuid(user), 0);
+    fs::permissions(project.Resource("shut"), fs::perms::all);
     EXPECT_EQ(statistics.unreadableFolders, 1);
     EXPECT_EQ(statistics.removed, 1) << "the picture beside the folder";
     EXPECT_THAT(log.TakeTexts(),
