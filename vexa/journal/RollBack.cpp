@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
-#include <ranges>
 #include <set>
 #include <system_error>
 #include <unordered_map>
@@ -93,10 +92,10 @@ RollBackReport RollBackChanges(const ChangeSet& changes, const std::string& fold
     RollBackReport report;
     EditsByNumber edits;
     for (const FileEdit& edit : changes.edits) edits[edit.before.number] = &edit;
-    for (const PathMove& move : changes.moves | std::views::reverse)
-        TakeBackMove(move, edits, report);
-    for (const FileEdit& edit : changes.edits | std::views::reverse)
-        TakeBackEdit(edit, folder, report);
+    for (auto move = changes.moves.rbegin(); move != changes.moves.rend(); ++move)
+        TakeBackMove(*move, edits, report);
+    for (auto edit = changes.edits.rbegin(); edit != changes.edits.rend(); ++edit)
+        TakeBackEdit(*edit, folder, report);
     return report;
 }
 

@@ -128,6 +128,7 @@ bool CDependencyManager::RenameFolder(const std::string& source, const std::stri
     return FinishRename(operation, TitleOf(oldKey, newKey));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the exported signature.
 bool CDependencyManager::RawRename(std::string source, std::string destination) {
     std::string oldKey;
     std::string newKey;

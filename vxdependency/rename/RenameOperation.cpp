@@ -119,19 +119,20 @@ void RenameOperation::Follow(const std::string& oldKey, const std::string& newKe
 
 void RenameOperation::FollowFolder(const std::string& oldKey, const std::string& newKey) {
     const std::string oldFolder = oldKey + "/";
+    const std::string newFolder = newKey + "/";
     List files;
     m_manager.GetAllFilesRecursively(PlaceOf(newKey), files);
     const std::size_t folder = PlaceOf(newKey).size() + 1;
     for (const std::string& file : files) {
         const std::string name = file.substr(folder);
-        Follow(oldFolder + name, newKey + "/" + name, false);
+        Follow(oldFolder + name, newFolder + name, false);
     }
     // What is known of the folder and did not come along has vanished, unless a folder could not
     // be read.
     Store().ForEachFile(oldFolder, [&](std::string_view file, const auto&) {
         const std::string old(file);
         if (m_renames.NewNameOf(old)) return true;
-        const std::string name = newKey + "/" + old.substr(oldFolder.size());
+        const std::string name = newFolder + old.substr(oldFolder.size());
         if (m_overlay->GetState(name).exists) {
             Follow(old, name, false);
         } else {
