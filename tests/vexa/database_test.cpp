@@ -7,7 +7,6 @@
 #include <fstream>
 #include <future>
 #include <map>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,8 +25,6 @@ using test::FullDisk;
 using test::Signal;
 using test::TempDir;
 using testing::HasSubstr;
-
-constexpr DatabaseTable kTables[] = {DatabaseTable::Dependency, DatabaseTable::Catalogue};
 
 class Database : public VXDatabase {
 public:
@@ -109,7 +106,15 @@ TEST_F(DatabaseTest, ResultsOfRecordOperations) {
     EXPECT_EQ(database.Put(std::string(512, 'k'), "value", write), VXDatabase::kFailed);
     EXPECT_THAT(database.GetError(), HasSubstr(m_path));
     EXPECT_EQ(database.Put("key", "value", nullptr), VXDatabase::kFailed);
+    EXPECT_EQ(database.Put("key", "other", write, DatabaseTable::Catalogue), 0);
     EXPECT_TRUE(database.TransCommit(write));
+    write = database.TransBegin();
+    EXPECT_TRUE(database.Clear(DatabaseTable::Catalogue, write));
+    EXPECT_FALSE(database.Remove("absent", 6, write));
+    EXPECT_TRUE(database.TransCommit(write));
+    write = database.TransBegin();
+    EXPECT_TRUE(database.Remove("key", 3, write));
+    database.TransAbort(write);
 
     MDB_txn* read = database.TransBeginRead();
     std::string value = "before";
@@ -126,54 +131,6 @@ TEST_F(DatabaseTest, ResultsOfRecordOperations) {
     }
     EXPECT_EQ(database.Put("key", "value", read), VXDatabase::kFailed);
     EXPECT_TRUE(database.TransCommit(read));
-}
-
-TEST_F(DatabaseTest, AgreesWithAModel) {
-    using Table = std::map<std::string, std::string>;
-    std::mt19937 random(7);
-    std::array<Table, 2> model;
-    auto database = std::make_unique<Database>(m_path);
-    for (int round = 0; round < 60; ++round) {
-        std::array<Table, 2> changed = model;
-        MDB_txn* write = database->TransBegin();
-        ASSERT_NE(write, nullptr) << database->GetError();
-        for (int step = 0; step < 100; ++step) {
-            const std::size_t which = random() % 2;
-            const std::string key = std::to_string(random() % 200);
-            const std::string value(random() % 10 == 0 ? 20000 : random() % 40, 'v');
-            if (random() % 3 != 0) {
-                ASSERT_EQ(database->Put(key, value, write, kTables[which]), 0);
-                changed[which][key] = value;
-            } else {
-                const bool removed = database->Remove(key.data(), static_cast<unsigned>(key.size()),
-                                                      write, kTables[which]);
-                ASSERT_EQ(removed, changed[which].erase(key) == 1);
-            }
-        }
-        if (round % 10 == 9) {
-            ASSERT_TRUE(database->Clear(kTables[0], write));
-            changed[0].clear();
-        }
-        if (random() % 4 != 0) {
-            ASSERT_TRUE(database->TransCommit(write));
-            model = changed;
-        } else {
-            database->TransAbort(write);
-        }
-        if (random() % 4 == 0) database = std::make_unique<Database>(m_path);
-
-        const std::string from = random() % 2 == 0 ? "" : std::to_string(random() % 200);
-        MDB_txn* read = database->TransBeginRead();
-        for (const std::size_t which : {0, 1}) {
-            Table stored;
-            const auto take = [&](std::string_view key, std::string_view value) {
-                return stored.emplace_hint(stored.end(), key, value), true;
-            };
-            ASSERT_TRUE(database->ForEach(kTables[which], from, take, read));
-            ASSERT_EQ(stored, Table(model[which].lower_bound(from), model[which].end()));
-        }
-        database->TransAbort(read);
-    }
 }
 
 TEST_F(DatabaseTest, OpeningsCount) {

@@ -47,30 +47,6 @@ TEST(JsonData, KeepsMembersInFileOrderWithRepeatedNames) {
     EXPECT_EQ(Dump(*document.GetRoot()), "{b:[1,-2,'x\u20ACy',],a:{:null,},b:bool,c:[],}");
 }
 
-TEST(JsonData, KnowsWhereEachValueStands) {
-    const struct {
-        std::string text;
-        std::string rest;  // what stands at the offset of the innermost first value
-    } cases[] = {
-        {R"( "x.png")", R"("x.png")"},
-        {"\xEF\xBB\xBF[ \"\\\"\" ]", "\"\\\"\" ]"},
-        {R"({"a\"\\": /* "\*/ "\\\"b\\" })", R"("\\\"b\\" })"},
-        {R"(["//"])", R"("//"])"},
-        {"[//]\n-1.5e+3 ]", "-1.5e+3 ]"},
-        {R"({"k":12})", "12}"},
-        {"[/**/null]", "null]"},
-        {R"([ {"k" : {}}])", "{}}]"},
-    };
-    for (const auto& [text, rest] : cases) {
-        JsonData document = Parsed(text);
-        const value* v = document.GetRoot();
-        while (!v->to_array().empty() || !v->to_object().empty())
-            v = v->is_array() ? &v->to_array().front() : &v->to_object().front().second;
-        EXPECT_EQ(text.substr(v->offset()), rest);
-    }
-    EXPECT_EQ(value().offset(), value::no_offset);
-}
-
 TEST(JsonData, GivesDefaultsForOtherKinds) {
     JsonData document = Parsed(
         R"(["12", 3.99, -3.99, 2147483647, -2147483648, 2147483648, 1e300, -0.5, null, {}, []])");

@@ -11,12 +11,8 @@
 namespace vexa::vxdependency::test {
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Pair;
-using ::testing::SizeIs;
-using ::testing::UnorderedElementsAre;
 
 using Graph = std::map<std::string, std::set<std::string>>;
 
@@ -116,20 +112,6 @@ TEST_F(GraphReaderTest, OwnBatchIsFlushedFirst) {
     EXPECT_EQ(Export(Direction::Forward), (Graph{{"a", {"b"}}}));
     ASSERT_TRUE(m_store.AddDependency("a", "c", 3));
     EXPECT_THAT(m_reader.Edges("c", Direction::Inverse), ElementsAre("a"));
-}
-
-TEST_F(GraphReaderTest, NodesThatThousandsShare) {
-    constexpr int kUsers = 50000;
-    Graph graph;
-    for (int i = 0; i < kUsers; ++i) {
-        const std::string user = "users/" + std::to_string(i);
-        graph[user] = {"hot", "users/" + std::to_string(i / 2)};
-    }
-    ASSERT_NO_FATAL_FAILURE(Store(graph));
-    EXPECT_THAT(m_reader.Edges("hot", Direction::Inverse), SizeIs(kUsers));
-    EXPECT_THAT(m_reader.Reachable("users/0", Direction::Inverse), SizeIs(kUsers));
-    EXPECT_EQ(Export(Direction::Forward), graph);
-    EXPECT_THAT(m_reader.Popularity(), Contains(Pair("hot", std::size_t{kUsers})));
 }
 
 TEST_F(GraphReaderTest, CollisionsNameBothTexts) {
