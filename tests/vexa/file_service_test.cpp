@@ -87,6 +87,16 @@ TEST_F(FileServiceTest, KeysOfPathsAndReferences) {
     }
 }
 
+TEST_F(FileServiceTest, RootUnderAnotherName) {
+    dir.MakeDir("res/fx");
+    const test::TempDir other;
+    fs::create_symlink(dir.Path(), other.Path("project"));
+    fs::create_symlink(Resource("fx"), other.Path("effects"));
+    EXPECT_EQ(KeyOf(other.Path("project\\res/fx/none.nfx")), "fx/none.nfx");
+    EXPECT_EQ(KeyOf(other.Path("project/res")), "");
+    EXPECT_EQ(KeyOf(other.Path("effects/a.nfx")), "none");
+}
+
 TEST_F(FileServiceTest, KeysAreOneSpelling) {
     EXPECT_TRUE(rc::check("absolute form, generator form and key have the same key", [&] {
         const auto piece = rc::gen::element<std::string>("a", "B.c", "..", ".", "/", "\\", "\xff");
