@@ -47,6 +47,23 @@ TEST(JsonData, KeepsMembersInFileOrderWithRepeatedNames) {
     EXPECT_EQ(Dump(*document.GetRoot()), "{b:[1,-2,'x\u20ACy',],a:{:null,},b:bool,c:[],}");
 }
 
+TEST(JsonData, KnowsWhereEachValueStands) {
+    const std::pair<std::string, std::string> cases[] = {
+        // and what stands at the offset of the innermost first value
+        {R"( "x.png")", R"("x.png")"}, {R"({"a\"\\": /* "\*/ "\\\"b\\" })", R"("\\\"b\\" })"},
+        {R"(["//"])", R"("//"])"},     {"[//]\n-1.5e+3 ]", "-1.5e+3 ]"},
+        {R"({"k":12})", "12}"},        {"[ false, 1]", "false, 1]"},
+        {"[/**/null]", "null]"},       {R"([ {"k" : {}}])", "{}}]"},
+    };
+    for (const auto& [text, rest] : cases) {
+        JsonData document = Parsed(text);
+        const value* v = document.GetRoot();
+        while (!v->to_array().empty() || !v->to_object().empty())
+            v = v->is_array() ? &v->to_array().front() : &v->to_object().front().second;
+        EXPECT_EQ(text.substr(v->offset()), rest);
+    }
+}
+
 TEST(JsonData, GivesDefaultsForOtherKinds) {
     JsonData document = Parsed(
         R"(["12", 3.99, -3.99, 2147483647, -2147483648, 2147483648, 1e300, -0.5, null, {}, []])");

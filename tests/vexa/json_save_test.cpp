@@ -116,7 +116,7 @@ TEST(JsonSave, ChangedStringsAreSubstitutedAndReadBack) {
         };
         const auto same = [&](const std::string& text) { write(text, text); };
         const auto changes = *rc::gen::container<std::vector<bool>>(rc::gen::arbitrary<bool>());
-        std::vector<std::string> now;
+        std::vector<std::string> now, spelled;
         same("[");
         for (const bool changed : changes) {
             if (!now.empty()) same(",");
@@ -126,6 +126,7 @@ TEST(JsonSave, ChangedStringsAreSubstitutedAndReadBack) {
             write(old.second, set.first == old.first ? old.second : set.second);
             same("}]");
             now.push_back(set.first);
+            spelled.push_back(old.second);
         }
         same("]");
         const auto stringAt = [](JsonData& document, std::size_t i) -> value& {
@@ -133,7 +134,10 @@ TEST(JsonSave, ChangedStringsAreSubstitutedAndReadBack) {
         };
         JsonData document;
         RC_ASSERT(document.LoadText(before) == 0);
-        for (std::size_t i = 0; i < now.size(); ++i) stringAt(document, i).set_string(now[i]);
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            RC_ASSERT(before.substr(stringAt(document, i).offset()).starts_with(spelled[i]));
+            stringAt(document, i).set_string(now[i]);
+        }
         RC_ASSERT(document.ToText() == after);
         RC_ASSERT(document.LoadText(after) == 0);
         for (std::size_t i = 0; i < now.size(); ++i)

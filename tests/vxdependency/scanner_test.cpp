@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -177,6 +178,21 @@ ScanStatistics ScanWhile(const std::string& ending, const std::function<void()>&
         if (path.ends_with(ending)) happening();
     });
     return Scan();
+}
+
+TEST_F(ScannerTest, APausedScanKeepsWhatIsDoneAndPurgesNothing) {
+    WriteScenes(30);
+    std::atomic<int> reads{0};
+    const ScanStatistics paused = ScanWhile(".xml", [&] {
+        if (++reads == 10) Manager().PauseScan();
+    });
+    EXPECT_FALSE(paused.complete);
+    EXPECT_LT(paused.regenerated, 30);
+    EXPECT_FALSE(Manager().IsScanningFinished());
+    EXPECT_LT(Manager().GetScanProgress(), 100);
+    EXPECT_THAT(Users("t.png"), SizeIs(paused.regenerated));
+    EXPECT_EQ(Scan().regenerated, 30 - paused.regenerated);
+    EXPECT_THAT(Users("t.png"), SizeIs(30));
 }
 
 TEST_F(ScannerTest, AFileThatVanishesBetweenWalkAndReadLosesNothingElse) {
