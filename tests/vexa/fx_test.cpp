@@ -199,9 +199,8 @@ TEST(Effect, HostileTextsEndInLinearTime) {
         for (std::size_t i = 0; i < kTimes; ++i) all += piece;
         return all;
     };
-    for (const char* piece :
-         {"{", "}", "(", "[", "<", "\"\n", "a", "a ", ";", "#if\n", "/*", "\\\n", "technique a{",
-          "fxgroup a{", "struct a{", "a(", "a<"}) {
+    for (const char* piece : {"{", "}", "(", "[", "<", "\"\n", "a", "a ", ";", "#if\n", "/*",
+                              "\\\n", "technique a{", "fxgroup a{", "struct a{", "a(", "a<"}) {
         const std::string many = millionOf(piece);
         EXPECT_TRUE(Reading("int a;" + many).effect) << piece;
         for (const std::string before :
