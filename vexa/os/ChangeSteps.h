@@ -53,6 +53,10 @@ bool SyncFile(const std::string& path);
 bool SyncFolder(const std::string& path);
 bool SyncFileSystem(const std::string& path);
 
+// Tells the file system that the folders in this one have to do with no other, so that they may
+// lie anywhere. A hint: not every file system takes it.
+void SpreadFolders(const std::string& path);
+
 // Gives a file the present as its time of last write.
 bool Touch(const std::string& path);
 

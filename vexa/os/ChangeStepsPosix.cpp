@@ -1,3 +1,6 @@
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+
 #include <cerrno>
 #include <cstdio>
 
@@ -103,6 +106,14 @@ bool SyncFolder(const std::string& path) {
 bool SyncFileSystem(const std::string& path) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     return file.IsOpen() && ::syncfs(file.Number()) == 0;
+}
+
+void SpreadFolders(const std::string& path) {
+    const Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    int flags = 0;
+    if (!folder.IsOpen() || ::ioctl(folder.Number(), FS_IOC_GETFLAGS, &flags) != 0) return;
+    flags |= FS_TOPDIR_FL;
+    ::ioctl(folder.Number(), FS_IOC_SETFLAGS, &flags);
 }
 
 bool Touch(const std::string& path) {
