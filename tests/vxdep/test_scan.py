@@ -3,6 +3,7 @@
 import json
 import os
 import pty
+import re
 import resource
 import select
 import signal
@@ -71,11 +72,17 @@ class OnATerminal(ProjectCase):
 
     def setUp(self):
         super().setUp()
-        names = ["t/%d.tga" % number for number in range(REFERENCES)]
-        for name in names:
+        self.names = ["t/%d.tga" % number for number in range(REFERENCES)]
+        for name in self.names:
             self.write(name)
-        for number in range(FILES):
-            self.write("s/%d.scene" % number, scene(*names))
+        self.scenes = 0
+        self.add_scenes(FILES)
+
+    def add_scenes(self, count):
+        text = scene(*self.names)
+        for number in range(self.scenes, self.scenes + count):
+            self.write("s/%d.scene" % number, text)
+        self.scenes += count
 
     def start(self, *arguments, prepare=ordinary_signals):
         self.terminal, slave = pty.openpty()
@@ -88,10 +95,10 @@ class OnATerminal(ProjectCase):
         return process
 
     def read_terminal(self, until=None):
-        """What the terminal gets, until a text stands there or the program has closed it."""
+        """What the terminal gets, until the pattern matches or the program has closed it."""
         seen = b""
         deadline = time.monotonic() + 120
-        while until is None or until not in seen:
+        while until is None or not re.search(until, seen):
             ready, _, _ = select.select([self.terminal], [], [], deadline - time.monotonic())
             self.assertTrue(ready, "nothing more on the terminal after %r" % seen[-200:])
             try:
@@ -103,36 +110,49 @@ class OnATerminal(ProjectCase):
             seen += chunk
         return seen
 
+    def signal_scan(self, number, **options):
+        """Signals a scan that has read some files; returns the process and what came before."""
+        while True:
+            for path in (self.res / "s").iterdir():
+                os.utime(path)  # all is to be read
+            process = self.start("scan", **options)
+            seen = self.read_terminal(until=rb"[1-9]\d* read")
+            process.send_signal(number)
+            if b" read" in seen:
+                return process, seen
+            process.wait()  # it was done before it had anything to show
+            self.add_scenes(self.scenes)
+
     def interrupt(self, number):
-        process = self.start("scan")
-        self.assertIn(b" read", self.read_terminal(until=b" read"))
-        process.send_signal(number)
-        rest = self.read_terminal().split(b"\033[K")[-1]
-        self.assertEqual((process.wait(), process.stdout.read()), (1, b""))
-        self.assertTrue(rest.startswith(b"vxdep: interrupted: "), rest)
-        return rest
+        """Interrupts a scan; returns how many files it says it has kept."""
+        while True:
+            process, _ = self.signal_scan(number)
+            rest = self.read_terminal().split(b"\033[K")[-1]
+            if process.wait() != 0:
+                break
+            self.add_scenes(self.scenes)  # it was done before the signal came
+        self.assertEqual((process.returncode, process.stdout.read()), (1, b""))
+        said = re.match(rb"vxdep: interrupted: the (\d+) files read so far are kept", rest)
+        self.assertTrue(said, rest)
+        return int(said.group(1))
 
     def test_interrupted_then_completed(self):
-        self.interrupt(signal.SIGINT)
-        for path in (self.res / "s").iterdir():
-            os.utime(path)  # all is to be read again, so that there is something to interrupt
-        self.interrupt(signal.SIGTERM)
+        for number in (signal.SIGINT, signal.SIGTERM):
+            kept = self.interrupt(number)
         process = self.start("-q", "scan", "--json")
         self.assertEqual((self.read_terminal(), process.wait()), (b"", 0))
         rest = json.loads(process.stdout.read())
-        self.assertLess(rest["regenerated"], FILES)
-        self.assertEqual(rest["references"], FILES * REFERENCES)
+        self.assertEqual((kept > 0, rest["regenerated"]), (True, self.scenes - kept))
+        self.assertEqual(rest["references"], self.scenes * REFERENCES)
         self.assertEqual(self.succeed("check").lines,
-                         ["%d files: all is in step" % (FILES + REFERENCES)])
+                         ["%d files: all is in step" % (self.scenes + REFERENCES)])
 
     def test_the_bar_and_a_signal_that_the_caller_ignores(self):
-        process = self.start(
-            "scan", prepare=lambda: signal.signal(signal.SIGINT, signal.SIG_IGN))
-        seen = self.read_terminal(until=b" read")
-        process.send_signal(signal.SIGINT)
+        process, seen = self.signal_scan(
+            signal.SIGINT, prepare=lambda: signal.signal(signal.SIGINT, signal.SIG_IGN))
         seen += self.read_terminal()
         self.assertEqual(process.wait(), 0)
-        self.assertRegex(seen, rb"\[#*-+\] +\d+ %  \d+ files, \d+ read")
+        self.assertRegex(seen, rb"\[#*-*\] +\d+ %  \d+ files, \d+ read")
         self.assertTrue(seen.endswith(b"\r\033[K"), seen[-80:])
 
 
