@@ -23,10 +23,24 @@ void AppendCharacter(std::string& out, std::string_view character) {
     }
 }
 
+// Whether the text stands for itself. Without a way out the loop looks at many bytes at once.
+bool IsPlain(std::string_view bytes) {
+    bool plain = true;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        plain &= byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
+    }
+    return plain;
+}
+
 }  // namespace
 
-std::string JsonText(std::string_view bytes) {
-    std::string out = "\"";
+void AppendJsonText(std::string& out, std::string_view bytes) {
+    out += '"';
+    if (IsPlain(bytes)) {
+        (out += bytes) += '"';
+        return;
+    }
     while (!bytes.empty()) {
         rapidjson::MemoryStream stream(bytes.data(), bytes.size());
         unsigned codePoint = 0;
@@ -38,7 +52,13 @@ std::string JsonText(std::string_view bytes) {
             bytes.remove_prefix(1);
         }
     }
-    return out += '"';
+    out += '"';
+}
+
+std::string JsonText(std::string_view bytes) {
+    std::string out;
+    AppendJsonText(out, bytes);
+    return out;
 }
 
 void WriteText(JsonWriter& writer, std::string_view bytes) {

@@ -16,6 +16,7 @@ using JsonWriter = rapidjson::PrettyWriter<Output>;
 // part of valid UTF-8 becomes the escape \udcNN, which no valid text yields, so nothing is lost.
 // (It is what Python calls "surrogateescape"; json.loads and os.fsencode give the bytes back.)
 std::string JsonText(std::string_view bytes);
+void AppendJsonText(std::string& out, std::string_view bytes);
 
 // A member's name or a string value.
 void WriteText(JsonWriter& writer, std::string_view bytes);

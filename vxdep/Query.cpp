@@ -41,9 +41,9 @@ List FilesOf(const std::string& key) {
 
 // Reads again what has changed since it was read. A name that no file has is left alone: it would
 // be recorded as a file that cannot be read.
-List Refreshed(const std::string& key, Direction direction) {
+List Refreshed(const std::string& key) {
     if (!IsKnownFile(key)) return {};
-    return Project::Manager().GetDependency(key, direction == Direction::Inverse);
+    return Project::Manager().GetDependency(key, false);
 }
 
 // Brings every file that can be reached up to date, so that the way through each is the right one.
@@ -53,7 +53,7 @@ void RefreshReachable(const List& start) {
     while (!work.empty()) {
         const std::string key = std::move(work.back());
         work.pop_back();
-        for (std::string& entry : Refreshed(key, Direction::Forward)) {
+        for (std::string& entry : Refreshed(key)) {
             if (met.insert(entry).second) work.push_back(std::move(entry));
         }
     }
@@ -61,11 +61,7 @@ void RefreshReachable(const List& start) {
 
 void Refresh(const List& files, const Question& question) {
     if (question.all && question.direction == Direction::Forward) return RefreshReachable(files);
-    for (const std::string& file : files) Refreshed(file, question.direction);
-}
-
-void AddAll(std::set<std::string>& answer, const List& entries) {
-    answer.insert(entries.begin(), entries.end());
+    for (const std::string& file : files) Refreshed(file);
 }
 
 // Each look at a file's edges reads the lists at their other ends. For many files, which often
@@ -74,23 +70,29 @@ void AddEdgesOfMany(std::set<std::string>& answer, const List& files, Direction 
     const std::unordered_set<std::string> wanted(files.begin(), files.end());
     const GraphReader reader(&Project::Store());
     reader.ForEach(direction, [&](const std::string& key, const List& edges) {
-        if (wanted.count(key) != 0) AddAll(answer, edges);
+        if (wanted.count(key) != 0) answer.insert(edges.begin(), edges.end());
     });
 }
 
+List AnswerFor(const std::string& file, const Question& question) {
+    const GraphReader reader(&Project::Store());
+    return question.all ? reader.Reachable(file, question.direction)
+                        : reader.Edges(file, question.direction);
+}
+
 List Answer(const List& files, const Question& question) {
+    if (files.size() == 1) return AnswerFor(files.front(), question);
     constexpr std::size_t kMany = 64;
     std::set<std::string> answer;
     if (!question.all && files.size() > kMany) {
         AddEdgesOfMany(answer, files, question.direction);
         return {answer.begin(), answer.end()};
     }
-    const GraphReader reader(&Project::Store());
     for (const std::string& file : files) {
         // What can be reached from an entry of the answer is in the answer.
         if (question.all && answer.count(file) != 0) continue;
-        AddAll(answer, question.all ? reader.Reachable(file, question.direction)
-                                    : reader.Edges(file, question.direction));
+        const List ends = AnswerFor(file, question);
+        answer.insert(ends.begin(), ends.end());
     }
     return {answer.begin(), answer.end()};
 }

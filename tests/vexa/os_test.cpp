@@ -117,6 +117,30 @@ TEST(FindFiles, Patterns) {
     fs::current_path("/");
 }
 
+// Of one entry, the search and the single look tell the same: what a scan has recorded is compared
+// with what a query sees.
+TEST(FindFiles, OneEntry) {
+    const TempDir dir;
+    dir.Write("file.txt", "12345");
+    dir.Write("a*.txt", "1");
+    fs::create_symlink("file.txt", dir.Path("to-file"));
+    fs::create_symlink("nowhere", dir.Path("to-nothing"));
+    const timespec times[2] = {{1000, 0}, {-2, 123456789}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, dir.Path("file.txt").c_str(), times, 0), 0);
+    const auto all = FindAll(dir.Path("*"));
+    for (const char* name : {"file.txt", "a*.txt", "to-file", "to-nothing"}) {
+        std::int64_t seconds = 0;
+        FileState state;
+        ASSERT_TRUE(FindEntry(dir.Path(name), seconds, state)) << name;
+        EXPECT_EQ(seconds, all.at(name).data.time_write) << name;
+        EXPECT_EQ(state, all.at(name).state) << name;
+    }
+    std::int64_t seconds = 7;
+    FileState state;
+    EXPECT_FALSE(FindEntry(dir.Path("f*.txt"), seconds, state)) << "a name is no pattern";
+    EXPECT_EQ(seconds, 7);
+}
+
 TEST(FindFiles, PassesOverWhatVanishesAndClosesItsDirectory) {
     const TempDir dir;
     for (int i = 0; i < 3000; ++i) dir.Write("f" + std::to_string(i), "");

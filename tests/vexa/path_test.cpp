@@ -7,6 +7,7 @@
 #include <string>
 
 #include "vexa/common/FileService.h"
+#include "vexa/common/KeyText.h"
 #include "vexa/os/WindowsApi.h"
 
 namespace vexa::vxio {
@@ -106,6 +107,27 @@ TEST(PathProperties, FormsAreStable) {
         RC_PRE(!path.starts_with("C:") && !base.starts_with("C:"));  // would be absolute
         const std::string way = GetRelativeDir(path, base) + GetFileName(path);
         RC_ASSERT(CombinePath(base, way) == path);
+    }));
+}
+
+TEST(PathProperties, KeysAreMadeInEveryWay) {
+    EXPECT_TRUE(
+        rc::check("a text is a plain key when it is its own key, without dots in front", [] {
+            std::string text = *AnyPath();
+            if (!text.empty() && *rc::gen::inRange(0, 8) == 0) text[text.size() / 2] = '\0';
+            std::string key;
+            const bool isKey = NormaliseKey(text, key) && key == text && !key.empty();
+            const bool dotted = text.starts_with('.') || text.find("/.") != std::string::npos;
+            RC_ASSERT(IsPlainKey(text) == (isKey && !dotted));
+        }));
+    EXPECT_TRUE(rc::check("a text is read from a folder as if that stood before it", [] {
+        std::string folder;
+        RC_PRE(NormaliseKey(*AnyPath(), folder));
+        const std::string text = *AnyPath();
+        std::string joined;
+        const bool named = NormaliseKey(folder + '/' + text, joined);
+        RC_ASSERT(AppendNormalised(text, folder) == named);
+        RC_ASSERT(folder == joined);
     }));
 }
 

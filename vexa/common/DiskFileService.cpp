@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "vexa/common/KeyText.h"
 #include "vexa/common/KnownFiles.h"
 #include "vexa/common/ReadFailures.h"
 #include "vexa/io/PathText.h"
@@ -61,8 +62,13 @@ bool DiskFileService::FileExists(const std::string& path) {
     const KnownFiles* const known = KnownFiles::OfThisThread();
     std::string place;
     if (known && !IsAbsolute(path)) {
-        if (!NormaliseKey(path, place)) return false;
-        const KnownFiles::Answer answer = known->Find(place);
+        // What is known is a key.
+        KnownFiles::Answer answer = known->Find(path);
+        if (answer == KnownFiles::Answer::Yes) return true;
+        if (!IsPlainKey(path)) {
+            if (!NormaliseKey(path, place)) return false;
+            answer = known->Find(place);
+        }
         if (answer != KnownFiles::Answer::AskDisk) return answer == KnownFiles::Answer::Yes;
     }
     return FindPlace(path, place) && os::IsRegularFile(place);
@@ -75,6 +81,7 @@ FileState DiskFileService::GetState(const std::string& path) {
 
 bool DiskFileService::MakeRelative(const std::string& path, std::string& key) {
     if (!IsAbsolute(path)) return NormaliseKey(path, key);
+    if (KeyBelowRoot(path, key)) return true;
     std::string absolute;
     const bool found = NormaliseAbsolute(path, absolute) &&
                        (KeyByName(absolute, key) || KeyByPlace(absolute, key));
@@ -83,11 +90,14 @@ bool DiskFileService::MakeRelative(const std::string& path, std::string& key) {
 }
 
 bool DiskFileService::KeyOfReference(const std::string& text, std::string& key) {
-    std::string absolute;
     const bool anchored = IsAbsolute(text);
-    bool found = anchored && NormaliseAbsolute(text, absolute) && KeyByName(absolute, key);
-    if (!found && !(anchored && vxio::HasDrive(text))) found = NormaliseKey(text, key);
-    if (!found) key.clear();
+    if (anchored && vxio::HasDrive(text)) {
+        std::string absolute;
+        const bool found = NormaliseAbsolute(text, absolute) && KeyByName(absolute, key);
+        if (!found) key.clear();
+    } else if (NormaliseKey(text, key) && anchored) {
+        DropRoot(key);
+    }
     return !key.empty();
 }
 
@@ -108,7 +118,9 @@ bool DiskFileService::NormalisePath(const char* path, char* buffer, std::size_t 
 bool DiskFileService::FindPlace(const std::string& path, std::string& place) {
     if (IsAbsolute(path)) return NormaliseAbsolute(path, place);
     if (!NormaliseKey(path, place)) return false;
-    place = BelowRoot(place);
+    const std::string& root = m_resourceRoot();
+    place.reserve(root.size() + 1 + place.size());
+    place.insert(0, 1, '/').insert(0, root);
     return true;
 }
 
@@ -137,6 +149,14 @@ std::uint32_t DiskFileService::Copy(const std::string& from, const std::string& 
     return CopyFileA(source.c_str(), target.c_str(), TRUE) ? 0 : GetLastError();
 }
 
+// The usual case of the following, at a third of its cost: the path begins with the resource root
+// as it is spelled.
+bool DiskFileService::KeyBelowRoot(const std::string& path, std::string& key) const {
+    const std::string& root = m_resourceRoot();
+    return path.starts_with(root) && path.size() > root.size() &&
+           vxio::IsSeparator(path[root.size()]) && NormaliseKey(path.substr(root.size() + 1), key);
+}
+
 // Takes a normalised absolute path that begins with the resource root as it is spelled.
 bool DiskFileService::KeyByName(const std::string& absolute, std::string& key) const {
     const std::string& root = m_resourceRoot();
@@ -145,6 +165,16 @@ bool DiskFileService::KeyByName(const std::string& absolute, std::string& key) c
     if (absolute.size() > length && absolute[length] != '/') return false;
     key = absolute.substr(std::min(length + 1, absolute.size()));
     return true;
+}
+
+// Takes what stands behind the separator in front of a normalised absolute path, and leaves the key
+// when the path begins with the resource root as it is spelled.
+void DiskFileService::DropRoot(std::string& path) const {
+    const std::string_view root = m_resourceRoot();
+    if (!root.starts_with('/') || !path.starts_with(root.substr(1))) return;
+    const std::size_t length = root.size() - 1;
+    if (path.size() > length && path[length] != '/') return;
+    path.erase(0, length + 1);
 }
 
 // Takes a normalised absolute path of which a directory is the resource root under another name,
@@ -161,7 +191,10 @@ bool DiskFileService::KeyByPlace(const std::string& absolute, std::string& key) 
 }
 
 std::string DiskFileService::BelowRoot(const std::string& relative) const {
-    return m_resourceRoot() + '/' + relative;
+    const std::string& root = m_resourceRoot();
+    std::string path;
+    path.reserve(root.size() + 1 + relative.size());
+    return path.append(root).append(1, '/').append(relative);
 }
 
 }  // namespace vexa

@@ -27,7 +27,9 @@ public:
     std::uint32_t Copy(const std::string& from, const std::string& to) override;
 
 private:
+    bool KeyBelowRoot(const std::string& path, std::string& key) const;
     bool KeyByName(const std::string& absolute, std::string& key) const;
+    void DropRoot(std::string& path) const;
     bool KeyByPlace(const std::string& absolute, std::string& key) const;
     std::string BelowRoot(const std::string& relative) const;
 

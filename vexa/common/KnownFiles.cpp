@@ -16,8 +16,19 @@ std::uint64_t HashOf(std::string_view key) {
 
 }  // namespace
 
-void KnownFiles::Add(std::string_view key) {
-    m_files.insert(HashOf(key));
+KnownFiles::KnownFiles(Answer otherwise) : m_otherwise(otherwise) {
+    // Fuller than it is by default: it is as large as the tree.
+    constexpr float kFull = 0.8F;
+    m_files.max_load_factor(kFull);
+}
+
+void KnownFiles::Add(std::string_view key, std::uint32_t number) {
+    m_files.emplace(HashOf(key), number);
+}
+
+std::uint32_t KnownFiles::NumberOf(std::string_view key) const {
+    const auto found = m_files.find(HashOf(key));
+    return found == m_files.end() ? kNoNumber : found->second;
 }
 
 void KnownFiles::AddUnknown(std::string_view key) {

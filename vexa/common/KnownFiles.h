@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tsl/robin_map.h>
 #include <tsl/robin_set.h>
 
 #include <cstddef>
@@ -21,15 +22,21 @@ namespace vexa {
 class KnownFiles {
 public:
     enum class Answer { Yes, No, AskDisk };
+    static constexpr std::uint32_t kNoNumber = UINT32_MAX;
 
     // `otherwise` is the answer for what was not added.
-    explicit KnownFiles(Answer otherwise = Answer::No) : m_otherwise(otherwise) {}
+    explicit KnownFiles(Answer otherwise = Answer::No);
 
-    void Add(std::string_view key);
+    // Makes room for so many files at once.
+    void Reserve(std::size_t count) { m_files.reserve(count); }
+    // `number` is what NumberOf gives for it.
+    void Add(std::string_view key, std::uint32_t number = kNoNumber);
     // What the walk did not look into: the disk is asked about it and what lies below.
     void AddUnknown(std::string_view key);
 
     Answer Find(std::string_view key) const;
+    // The number that a file was added with; kNoNumber for what was not added.
+    std::uint32_t NumberOf(std::string_view key) const;
     // Whether it tells of the whole tree.
     bool IsComplete() const { return m_otherwise == Answer::No; }
 
@@ -53,7 +60,7 @@ private:
         std::size_t operator()(std::uint64_t hash) const { return hash; }
     };
     Answer m_otherwise;
-    tsl::robin_set<std::uint64_t, Identity> m_files;
+    tsl::robin_map<std::uint64_t, std::uint32_t, Identity> m_files;
     tsl::robin_set<std::uint64_t, Identity> m_unknown;
 };
 

@@ -96,16 +96,12 @@ MDB_txn* Environment::BeginWrite() {
         SetDatabaseError(m_directory + ": this thread has a write transaction already");
         return nullptr;
     }
-    std::string why;
-    if (!m_writerLock.Lock(why)) {
-        SetDatabaseError(m_directory + ": " + why);
-        return nullptr;
-    }
+    if (!LockWriter()) return nullptr;
     const int code =
         m_open ? mdb_txn_begin(m_environment, nullptr, 0, &m_writer.transaction) : kClosedMeanwhile;
     if (code != 0) {
         m_writer.transaction = nullptr;
-        m_writerLock.Unlock();
+        UnlockWriter();
         SetDatabaseError(m_directory, "cannot begin a write transaction", code);
         return nullptr;
     }
@@ -116,7 +112,29 @@ MDB_txn* Environment::BeginWrite() {
 void Environment::EndWriter() {
     m_writer.transaction = nullptr;
     UnlinkTransaction(m_writer);
-    m_writerLock.Unlock();
+    UnlockWriter();
+}
+
+bool Environment::BeginWriting() {
+    if (!LockWriter()) return false;
+    m_keeper = std::this_thread::get_id();
+    return true;
+}
+
+void Environment::EndWriting() {
+    m_keeper = std::thread::id();
+    UnlockWriter();
+}
+
+bool Environment::LockWriter() {
+    std::string why;
+    if (m_keeper.load() == std::this_thread::get_id() || m_writerLock.Lock(why)) return true;
+    SetDatabaseError(m_directory + ": " + why);
+    return false;
+}
+
+void Environment::UnlockWriter() {
+    if (m_keeper.load() != std::this_thread::get_id()) m_writerLock.Unlock();
 }
 
 bool Environment::Commit(Transaction& transaction) {

@@ -8,6 +8,7 @@
 #include <deque>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "vexa/db/LockFile.h"
@@ -51,6 +52,10 @@ public:
     // Null on failure, with the error of the thread set.
     MDB_txn* BeginRead();
     MDB_txn* BeginWrite();
+    // Keeps the writer lock for the calling thread across the transactions that it begins until
+    // EndWriting. False on failure, with the error of the thread set.
+    bool BeginWriting();
+    void EndWriting();
     // Both end a transaction of the calling thread that is open here.
     bool Commit(Transaction& transaction);
     void Abort(Transaction& transaction);
@@ -78,6 +83,8 @@ private:
     int Renew(Transaction& reader);
     int RenewOrBegin(Transaction& reader);
     bool IsOvertaken(MDB_txn* transaction) const;
+    bool LockWriter();
+    void UnlockWriter();
     void EndWriter();
 
     const std::string m_directory;
@@ -95,6 +102,8 @@ private:
     LockFile m_lockFile;
     WriterLock m_writerLock{m_lockFile};
     Transaction m_writer{*this, true};  // used by the thread that holds m_writerLock
+    // The thread between BeginWriting and EndWriting; only a thread itself sets its own id.
+    std::atomic<std::thread::id> m_keeper;
 
     std::mutex m_readersMutex;
     std::deque<Transaction> m_readers;  // all

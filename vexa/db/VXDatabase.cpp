@@ -31,6 +31,14 @@ struct VXDatabase::State {
                              : open->Directory() + ": was opened before the process forked");
         return nullptr;
     }
+
+    // Likewise, when it may be written to.
+    Environment* Writable() const {
+        Environment* const open = Usable();
+        if (open == nullptr || !readOnly) return open;
+        SetDatabaseError(open->Directory() + ": is open for reading only");
+        return nullptr;
+    }
 };
 
 namespace {
@@ -159,11 +167,17 @@ bool VXDatabase::IsDamaged() const {
 }
 
 MDB_txn* VXDatabase::TransBegin() {
-    Environment* const environment = m_state->Usable();
-    if (environment == nullptr) return nullptr;
-    if (!m_state->readOnly) return environment->BeginWrite();
-    SetDatabaseError(environment->Directory() + ": is open for reading only");
-    return nullptr;
+    Environment* const environment = m_state->Writable();
+    return environment == nullptr ? nullptr : environment->BeginWrite();
+}
+
+bool VXDatabase::BeginWriting() {
+    Environment* const environment = m_state->Writable();
+    return environment != nullptr && environment->BeginWriting();
+}
+
+void VXDatabase::EndWriting() {
+    if (Environment* const environment = m_state->environment) environment->EndWriting();
 }
 
 MDB_txn* VXDatabase::TransBeginRead() {
@@ -195,13 +209,29 @@ int VXDatabase::Get(const void* key, unsigned keyLength, void* value, unsigned l
     });
 }
 
+int VXDatabase::Visit(const void* key, unsigned keyLength,
+                      const std::function<void(std::string_view)>& read, MDB_txn* transaction,
+                      DatabaseTable table) {
+    return Read(key, keyLength, transaction, table, read);
+}
+
 int VXDatabase::Add(const void* key, unsigned keyLength, const void* value, std::size_t length,
                     MDB_txn* transaction, DatabaseTable table) {
+    return Put(key, keyLength, value, length, transaction, table, 0);
+}
+
+int VXDatabase::Append(const void* key, unsigned keyLength, const void* value, std::size_t length,
+                       MDB_txn* transaction, DatabaseTable table) {
+    return Put(key, keyLength, value, length, transaction, table, MDB_APPEND);
+}
+
+int VXDatabase::Put(const void* key, unsigned keyLength, const void* value, std::size_t length,
+                    MDB_txn* transaction, DatabaseTable table, unsigned flags) {
     const TransactionUse use(transaction);
     if (!use) return NotLive(), kFailed;
     MDB_val name = Bytes(key, keyLength);
     MDB_val bytes = Bytes(value, length);
-    const int code = mdb_put(use.Handle(), use.Of().Table(table), &name, &bytes, 0);
+    const int code = mdb_put(use.Handle(), use.Of().Table(table), &name, &bytes, flags);
     return Succeeded(use, "cannot write a record", code) ? 0 : kFailed;
 }
 
@@ -226,6 +256,24 @@ bool VXDatabase::ForEach(
     int code = cursor.OpenCode();
     if (code == 0) code = cursor.Get(key, value, from.empty() ? MDB_FIRST : MDB_SET_RANGE);
     while (code == 0 && visit(View(key), View(value))) code = cursor.Get(key, value, MDB_NEXT);
+    return code == MDB_NOTFOUND || Succeeded(use, "cannot read the records", code);
+}
+
+bool VXDatabase::GetEach(DatabaseTable table, std::size_t count,
+                         const std::function<std::string_view(std::size_t)>& keyAt,
+                         const std::function<void(std::size_t, std::string_view value)>& take,
+                         MDB_txn* transaction) {
+    const TransactionUse use(transaction);
+    if (!use) return NotLive();
+    Cursor cursor(use, table);
+    int code = cursor.OpenCode();
+    for (std::size_t i = 0; i < count && (code == 0 || code == MDB_NOTFOUND); ++i) {
+        const std::string_view wanted = keyAt(i);
+        MDB_val key = Bytes(wanted.data(), wanted.size());
+        MDB_val value = {};
+        code = cursor.Get(key, value, MDB_SET);
+        if (code == 0) take(i, View(value));
+    }
     return code == MDB_NOTFOUND || Succeeded(use, "cannot read the records", code);
 }
 

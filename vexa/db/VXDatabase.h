@@ -27,7 +27,7 @@ enum class DatabaseTable { Dependency, Catalogue };
 // A child after fork must open the directory with an object of its own; what was open before fails.
 class VX_API VXDatabase {
 public:
-    // Results of Get, Add and Remove beside 0.
+    // Results of Get, Visit and Add beside 0.
     static constexpr int kNotFound = -30798;  // LMDB's MDB_NOTFOUND
     static constexpr int kFailed = -1;
 
@@ -61,6 +61,11 @@ public:
     // error names the process that holds the lock) or when the database is not open, or when this
     // thread has a write transaction already.
     MDB_txn* TransBegin();
+    // Keeps the right to write for the calling thread until EndWriting, so that nobody else, thread
+    // or process, writes between its transactions. False as TransBegin is null. Does not nest; each
+    // that was true is ended by the same thread, before Close.
+    bool BeginWriting();
+    void EndWriting();
     // Begins a read transaction on the state of the last commit; null when not open.
     MDB_txn* TransBeginRead();
     // Commits, synced. False on failure: nothing of the transaction is stored. Ends it either way,
@@ -76,9 +81,18 @@ public:
     // Reads the value's first bytes, at most `length`, into a buffer, the rest of which stays.
     int Get(const void* key, unsigned keyLength, void* value, unsigned length, MDB_txn* transaction,
             DatabaseTable table = DatabaseTable::Dependency);
+    // Hands a record's value to `read` where it lies; the view ends with the call. `read` may do
+    // what the visitor of ForEach may.
+    int Visit(const void* key, unsigned keyLength,
+              const std::function<void(std::string_view value)>& read, MDB_txn* transaction,
+              DatabaseTable table = DatabaseTable::Dependency);
     // Writes a record, over an existing one. 0 or kFailed.
     int Add(const void* key, unsigned keyLength, const void* value, std::size_t length,
             MDB_txn* transaction, DatabaseTable table = DatabaseTable::Dependency);
+    // Writes a record behind all others of its table, which is quicker and leaves its pages full.
+    // 0, or kFailed: its key must come after all that are there.
+    int Append(const void* key, unsigned keyLength, const void* value, std::size_t length,
+               MDB_txn* transaction, DatabaseTable table = DatabaseTable::Dependency);
     // Deletes a record; false when it is absent or on failure.
     bool Remove(const void* key, unsigned keyLength, MDB_txn* transaction,
                 DatabaseTable table = DatabaseTable::Dependency);
@@ -90,12 +104,41 @@ public:
                  const std::function<bool(std::string_view key, std::string_view value)>& visit,
                  MDB_txn* transaction);
 
+    // Reads `count` records, the key of each as `keyAt` gives it: quick when they are in key order,
+    // since each is looked for where the one before was found. Calls `take` for those that are
+    // there; the rest as ForEach.
+    bool GetEach(DatabaseTable table, std::size_t count,
+                 const std::function<std::string_view(std::size_t)>& keyAt,
+                 const std::function<void(std::size_t, std::string_view value)>& take,
+                 MDB_txn* transaction);
+
     // Deletes every record of a table.
     bool Clear(DatabaseTable table, MDB_txn* transaction);
 
 private:
+    int Put(const void* key, unsigned keyLength, const void* value, std::size_t length,
+            MDB_txn* transaction, DatabaseTable table, unsigned flags);
+
     struct State;
     std::unique_ptr<State> m_state;
+};
+
+// The right to write for the life of the object (VXDatabase::BeginWriting).
+class WritingTurn {
+public:
+    explicit WritingTurn(VXDatabase& database)
+        : m_database(database), m_begun(database.BeginWriting()) {}
+    ~WritingTurn() {
+        if (m_begun) m_database.EndWriting();
+    }
+    WritingTurn(const WritingTurn&) = delete;
+    WritingTurn& operator=(const WritingTurn&) = delete;
+
+    explicit operator bool() const { return m_begun; }
+
+private:
+    VXDatabase& m_database;
+    const bool m_begun;
 };
 
 }  // namespace vexa

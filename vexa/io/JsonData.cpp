@@ -13,8 +13,6 @@ namespace vexa {
 namespace ujson {
 namespace {
 
-constexpr std::size_t kValueLimit = std::size_t{1} << 25;
-
 std::size_t NumberBegin(std::string_view text, std::size_t end) {
     while (end > 0 && IsOfNumber(text[end - 1])) --end;
     return end;
@@ -81,16 +79,6 @@ private:
 }  // namespace ujson
 
 namespace vxio {
-namespace {
-
-// In JSON the first two characters are ASCII.
-bool IsWideText(std::string_view text) {
-    return text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") ||
-           text.substr(0, 2).find('\0') != text.npos;
-}
-
-}  // namespace
-
 JsonData::JsonData() = default;
 JsonData::~JsonData() = default;
 JsonData::JsonData(JsonData&&) noexcept = default;
@@ -116,7 +104,8 @@ int JsonData::LoadText(std::string text) {
     m_error.clear();
     m_root = nullptr;
     m_lines.reset();
-    if (IsWideText(m_source)) return Fail("the text is UTF-16 or UTF-32; JSON is read as UTF-8");
+    if (ujson::IsWideText(m_source))
+        return Fail("the text is UTF-16 or UTF-32; JSON is read as UTF-8");
     const std::size_t nul = m_source.find('\0');
     if (nul != m_source.npos) return Fail(DescribeAt(m_source, nul, "a NUL byte"));
     try {

@@ -13,6 +13,18 @@ namespace vexa::ujson {
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
+// The values that a document may have.
+constexpr std::size_t kValueLimit = std::size_t{1} << 25;
+
+// In JSON the first two characters are ASCII.
+inline bool IsWideText(std::string_view text) {
+    return text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") ||
+           text.substr(0, 2).find('\0') != text.npos;
+}
+
+// How texts are parsed. Not recursive, since depth comes from input.
+constexpr unsigned kReadOptions = rapidjson::kParseIterativeFlag | rapidjson::kParseCommentsFlag;
+
 // The parser's input: a text that ends in NUL, behind its byte order mark. Unlike the library's own
 // stream it is never copied, so that the handler can ask how far the parser is.
 class TextStream {
@@ -73,9 +85,7 @@ private:
 // Hands the events of a text to a handler, until that returns false.
 template <class Handler>
 rapidjson::ParseResult ReadEvents(TextStream& stream, Handler& handler) {
-    // Not recursive, since depth comes from input.
-    constexpr unsigned kOptions = rapidjson::kParseIterativeFlag | rapidjson::kParseCommentsFlag;
-    return rapidjson::Reader().Parse<kOptions>(stream, handler);
+    return rapidjson::Reader().Parse<kReadOptions>(stream, handler);
 }
 
 }  // namespace vexa::ujson

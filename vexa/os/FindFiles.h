@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "vexa/common/FileService.h"
 
@@ -42,6 +43,10 @@ namespace vexa::os {
 // Nanoseconds and full size of the entry that the last call for this handle delivered; costs no
 // further look at the disk where the platform's search already knows.
 FileState StateOfFound(std::intptr_t handle);
+
+// The same, with the time of last write in seconds since 1970-01-01 UTC, of the entry at a path
+// whatever characters its name holds. False, with nothing changed, when there is none.
+bool FindEntry(const std::string& path, std::int64_t& writeSeconds, FileState& state);
 
 // What tells that entry from all others of its file system as long as it exists, under whatever
 // name; 0 where the platform does not say.

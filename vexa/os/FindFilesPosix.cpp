@@ -168,6 +168,18 @@ FileState StateOfFound(std::intptr_t handle) {
     return SearchOf(handle)->found;
 }
 
+bool FindEntry(const std::string& path, std::int64_t& writeSeconds, FileState& state) {
+    struct stat entry;
+    DWORD attributes = 0;
+    const bool native = path.find('\\') == std::string::npos;
+    if (!Look(AT_FDCWD, native ? path.c_str() : NativePath(path.c_str()).c_str(), entry,
+              attributes))
+        return false;
+    writeSeconds = entry.st_mtim.tv_sec;
+    state = StateOf(entry);
+    return true;
+}
+
 std::uint64_t IdentityOfFound(std::intptr_t handle) {
     return SearchOf(handle)->identity;
 }

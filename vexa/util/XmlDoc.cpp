@@ -68,6 +68,33 @@ pugi::xml_node Descend(pugi::xml_node node, std::string_view path) {
 using xml::Descend;
 using xml::Node;
 
+std::string_view XmlElement::Name() const {
+    return Node(m_node).name();
+}
+
+const char* XmlElement::Attribute(const std::string& name) const {
+    const pugi::xml_attribute found = Node(m_node).attribute(name.c_str());
+    return found ? found.value() : nullptr;
+}
+
+XmlElement XmlElement::FirstChild() const {
+    return XmlElement(FirstElement(Node(m_node)).internal_object());
+}
+
+XmlElement XmlElement::NextSibling() const {
+    return XmlElement(NextElement(Node(m_node)).internal_object());
+}
+
+XmlElement XmlElement::Next() const {
+    pugi::xml_node at = Node(m_node);
+    if (const pugi::xml_node child = FirstElement(at)) return XmlElement(child.internal_object());
+    while (at) {
+        if (const pugi::xml_node next = NextElement(at)) return XmlElement(next.internal_object());
+        at = at.parent();
+    }
+    return {};
+}
+
 XmlDoc::XmlDoc() = default;
 XmlDoc::~XmlDoc() = default;
 XmlDoc::XmlDoc(const XmlDoc&) = default;
@@ -121,12 +148,7 @@ bool XmlDoc::Parse() {
     document.text = DecodeToUtf8(document.source, document.encoding);
     const pugi::xml_parse_result result = document.dom.load_buffer_inplace(
         document.text.data(), document.text.size(), kParseOptions, pugi::encoding_utf8);
-    if (!result) {
-        return Fail(document.WithOriginalText([&](std::string_view text) {
-            return DescribeAt(text, static_cast<std::size_t>(result.offset),
-                              AsReason(result.description()));
-        }));
-    }
+    if (!result) return Refuse(static_cast<std::size_t>(result.offset), result.description());
     m_node = FirstElement(document.dom).internal_object();
     return true;
 }
@@ -137,8 +159,28 @@ bool XmlDoc::Fail(std::string reason) {
     return false;
 }
 
+// What is wrong is worked out when somebody asks: many files are only tried.
+bool XmlDoc::Refuse(std::size_t offset, const char* reason) {
+    const std::shared_ptr<Document> refused = m_document;
+    Fail("");
+    m_document->refusal =
+        Document::Refusal{std::move(refused->source), refused->encoding, offset, reason};
+    return false;
+}
+
 const std::string& XmlDoc::GetError() const {
-    return m_document ? m_document->error : NoText();
+    if (!m_document) return NoText();
+    if (std::optional<Document::Refusal>& refusal = m_document->refusal) {
+        m_document->error = refusal->Describe();
+        refusal.reset();
+    }
+    return m_document->error;
+}
+
+std::string XmlDoc::Document::Refusal::Describe() const {
+    const std::string_view why = reason;
+    if (encoding == TextEncoding::Utf8) return DescribeAt(source, offset, AsReason(why));
+    return DescribeAt(DecodeToUtf8(source, encoding), offset, AsReason(why));
 }
 
 std::size_t XmlDoc::GetRootCount() const {

@@ -3,8 +3,35 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace vexa {
+
+// An element of a document, for going through all of it: a handle that shares nothing, to be used
+// while the document lives and gets no further elements.
+class XmlElement {
+public:
+    XmlElement() = default;
+
+    explicit operator bool() const { return m_node != nullptr; }
+
+    std::string_view Name() const;
+    // The attribute's value as XmlDoc::GetAttribute tells it; null when it is absent.
+    const char* Attribute(const std::string& name) const;
+
+    // Null when there is none.
+    XmlElement FirstChild() const;
+    XmlElement NextSibling() const;  // of a root: the next root
+    // What stands behind the start of this element in the document: the first child, or what
+    // follows where this one ends.
+    XmlElement Next() const;
+
+private:
+    friend class XmlDoc;
+    explicit XmlElement(void* node) : m_node(node) {}
+
+    void* m_node = nullptr;  // the parser's handle
+};
 
 // An XML document, or a view of one node of it. Copies are views of the same document, which lives
 // as long as one of them. One document must not be used by two threads at once.
@@ -43,6 +70,11 @@ public:
     // The number of root elements, and a view on one of them (null view when out of range).
     std::size_t GetRootCount() const;
     XmlDoc GetRoot(std::size_t index) const;
+
+    // The element that the view is on, null for a null view, and a view on an element of this
+    // document.
+    XmlElement GetElement() const { return XmlElement(m_node); }
+    XmlDoc ViewOf(XmlElement element) const { return XmlDoc(m_document, element.m_node); }
 
     // True for a view on no node, as SetChildDocument gives when there is no such child.
     bool IsNull() const;
@@ -106,6 +138,7 @@ private:
     XmlDoc(std::shared_ptr<Document> document, void* node);
     bool Parse();
     bool Fail(std::string reason);
+    bool Refuse(std::size_t offset, const char* reason);
     Cursor& CursorOf(void* parent) const;
 
     std::shared_ptr<Document> m_document;  // null for a view on nothing that was never opened

@@ -27,6 +27,17 @@ struct XmlDoc::Document {
     std::string error;
     std::optional<LineIndex> lines;  // made when somebody asks for one
 
+    // A text that the parser refused, and why, in its words.
+    struct Refusal {
+        std::string source;
+        TextEncoding encoding;
+        std::size_t offset;
+        const char* reason;
+
+        std::string Describe() const;
+    };
+    std::optional<Refusal> refusal;  // until somebody asks for the error
+
     // An attribute as the source has it.
     struct Attribute {
         std::size_t offset = npos;  // of its value; npos when it is not in the source

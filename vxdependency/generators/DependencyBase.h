@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vexa/Export.h"
@@ -18,6 +20,11 @@ struct RuleData {
     std::int32_t strategy = 0;  // FNStrategyType bits, and the rule flags of its family
     std::string extra;
     std::int64_t value = 0;
+};
+
+// For tables by texts that are asked with texts of any kind.
+struct TextHash : std::hash<std::string_view> {
+    using is_transparent = void;
 };
 
 // A generator knows one resource type, by its file extension: it lists the resources that a file of

@@ -2,22 +2,23 @@
 
 #include <fmt/format.h>
 
+#include <utility>
+
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/common/Log.h"
 #include "vexa/terrain/ChunkData.h"
 #include "vxdependency/generators/ReferenceCollector.h"
 #include "vxdependency/generators/ReferenceObserver.h"
 #include "vxdependency/manager/DependencyManager.h"
-#include "vxdependency/rename/FileNameProcessor.h"
 
 namespace vexa {
 
 namespace {
 
-void Append(const std::string& file, const std::string& text, std::string path,
-            const ReferencePlace& place, CDependencyBase::List& dependencies) {
-    const ReferenceSite site([&place] { return place; });
-    ReportPaths(file, text, {path}, site);
+template <class Describe>
+void Append(const std::string& file, std::string path, const Describe& describe,
+            CDependencyBase::List& dependencies) {
+    ReportPaths(file, path, {&path, 1}, ReferenceSite(describe));
     dependencies.push_back(std::move(path));
 }
 
@@ -27,11 +28,10 @@ void AppendTextures(const std::string& file, const terrain::ChunkData& chunk,
     for (const terrain::ITexture* const texture : chunk.GetAllTexture()) {
         const std::size_t number = index++;
         if (!texture) continue;
-        const std::string name = texture->GetFileName();
-        auto [paths, companions] = FileNameProcessor::Execute(file, name, 0, PathGoal::All);
-        if (paths.empty()) continue;
-        Append(file, name, std::move(paths.front()),
-               {texture->GetNameOffset(), 0, fmt::format("texture {}", number)}, dependencies);
+        const auto describe = [&] {
+            return ReferencePlace{texture->GetNameOffset(), 0, fmt::format("texture {}", number)};
+        };
+        Append(file, texture->GetFileName(), describe, dependencies);
     }
 }
 
@@ -63,7 +63,10 @@ void CDependencyChunk::AppendSurface(const std::string& file, const terrain::Chu
     // A surface may be held by the chunk itself, so its generator looks into this file. With a name
     // like "a.surf.chunk" that would be this generator, over and over.
     if (surfaces != this) surfaces->GenerateDependency(file, dependencies, secondList);
-    Append(file, name, name, {terrain::ChunkData::kSurfaceNameOffset, 0, "surface"}, dependencies);
+    const auto describe = [] {
+        return ReferencePlace{terrain::ChunkData::kSurfaceNameOffset, 0, "surface"};
+    };
+    Append(file, name, describe, dependencies);
 }
 
 bool CDependencyChunk::RemoveReference(const std::string&, const std::string&) {

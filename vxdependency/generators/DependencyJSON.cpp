@@ -6,6 +6,7 @@
 
 #include "vexa/common/InterfaceBox.h"
 #include "vexa/common/Log.h"
+#include "vexa/threading/ThreadSpare.h"
 #include "vxdependency/generators/BindingMoves.h"
 #include "vxdependency/generators/CompanionFiles.h"
 #include "vxdependency/generators/GeneratorMessages.h"
@@ -24,23 +25,22 @@ bool MarksPathTable(const RuleData& rule) {
 }
 
 // What the rule adds to a reference's text.
-std::string AdditionOf(const RuleData& rule) {
-    return (rule.strategy & CDependencyJSON::kExtraFlag) != 0 ? rule.extra : "";
+const std::string& AdditionOf(const RuleData& rule) {
+    static const std::string kNothing;
+    return (rule.strategy & CDependencyJSON::kExtraFlag) != 0 ? rule.extra : kNothing;
 }
 
 // A string that a rule governs. `name` is what the walk offered it under.
 struct Found {
-    const std::string& name;
-    const std::string& member;
-    ujson::value& value;
+    std::string_view name;
+    const vxio::JsonOutline::Entry& entry;
     const RuleData& rule;
 };
 
-ReferencePlace PlaceOf(const Found& found, const vxio::JsonData& document) {
-    std::string rule = "member \"" + found.member + '"';
-    if (found.name != found.member) rule += " (path table)";
-    const std::size_t text = found.value.offset() + 1;  // behind the quote
-    return {text, document.LineOf(text), std::move(rule)};
+ReferencePlace PlaceOf(const Found& found, std::size_t offset, std::size_t line) {
+    std::string rule = "member \"" + std::string(found.entry.name) + '"';
+    if (found.name != found.entry.name) rule += " (path table)";
+    return {offset, line, std::move(rule)};
 }
 
 }  // namespace
@@ -61,38 +61,46 @@ void CDependencyJSON::AddIgnored(std::string member) {
 }
 
 template <class Callback>
-void CDependencyJSON::WalkReferences(vxio::JsonData& document, const Callback& callback) const {
-    WalkMembers(*document.GetRoot(), [&](const std::string& name, ujson::value& value,
-                                         ujson::object& members, std::int32_t index, bool& stop) {
-        const std::string& member = members[static_cast<std::size_t>(index)].first;
-        if (m_ignored.contains(member)) return false;
-        const Rules* const rules = value.is_string() ? FindRules(name) : nullptr;
-        if (!rules) return true;
-        for (const RuleData& rule : *rules) {
-            if (MarksPathTable(rule)) {
-                stop = true;
-                return false;
-            }
-            callback(Found{name, member, value, rule});
-        }
-        return true;
-    });
+void CDependencyJSON::WalkReferences(const vxio::JsonOutline& outline,
+                                     const Callback& callback) const {
+    WalkMembers(outline,
+                [&](std::string_view name, const vxio::JsonOutline::Entry& entry, bool& stop) {
+                    if (m_ignored.contains(entry.name)) return false;
+                    const Rules* const rules = entry.isString ? FindRules(name) : nullptr;
+                    if (!rules) return true;
+                    for (const RuleData& rule : *rules) {
+                        if (MarksPathTable(rule)) {
+                            stop = true;
+                            return false;
+                        }
+                        callback(Found{name, entry, rule});
+                    }
+                    return true;
+                });
 }
 
 bool CDependencyJSON::GenerateDependency(const std::string& file, List& dependencies,
                                          List& secondList) {
     std::string key;
     if (!KeyToRead(file, key)) return false;
-    vxio::JsonData document;
-    if (!Load(key, document)) return false;
+    const ThreadSpare<vxio::JsonOutline> outline;
+    if (!outline->Load(key)) {
+        WarnUnreadable(key, m_extension, "JSON",
+                       [&outline]() -> const std::string& { return outline->GetError(); });
+        return false;
+    }
     for (const RuleData& companion : m_companions) {
         CollectCompanion(key, companion.extra, companion.strategy, dependencies, secondList);
     }
-    WalkReferences(document, [&](const Found& found) {
-        const std::string text = found.value.to_string("");
-        const std::string addition = AdditionOf(found.rule);
+    std::string text;
+    WalkReferences(*outline, [&](const Found& found) {
+        text = found.entry.Text();
+        const std::string& addition = AdditionOf(found.rule);
         if (text.empty() && addition.empty()) return;
-        const ReferenceSite site([&] { return PlaceOf(found, document); });
+        const ReferenceSite site([&] {
+            const std::size_t offset = outline->OffsetOf(found.entry);
+            return PlaceOf(found, offset, outline->LineOf(offset));
+        });
         CollectReference(key, text, found.rule.strategy, site, dependencies, secondList, addition);
     });
     CDependencyManager* const manager = CDependencyManager::GetSingletonPtr();
@@ -103,7 +111,8 @@ bool CDependencyJSON::GenerateDependency(const std::string& file, List& dependen
 
 bool CDependencyJSON::Load(const std::string& key, vxio::JsonData& document) const {
     if (document.Load(key) != -1) return true;
-    WarnUnreadable(key, m_extension, "JSON", document.GetError());
+    WarnUnreadable(key, m_extension, "JSON",
+                   [&document]() -> const std::string& { return document.GetError(); });
     return false;
 }
 
@@ -139,17 +148,23 @@ bool CDependencyJSON::RewriteReferences(vxio::JsonData& document,
     // that is concerned settles it.
     std::unordered_set<const ujson::value*> settled;
     bool changed = false;
-    WalkReferences(document, [&](const Found& found) {
-        if (settled.contains(&found.value)) return;
-        const std::string text = found.value.to_string("");
+    vxio::JsonOutline outline;
+    outline.Outline(*document.GetRoot());
+    WalkReferences(outline, [&](const Found& found) {
+        ujson::value& value = *found.entry.value;
+        if (settled.contains(&value)) return;
+        const std::string text = value.to_string("");
         const std::optional<std::string> newText =
             rewriter.NewText(text, found.rule.strategy, AdditionOf(found.rule));
         if (!newText) return;
-        settled.insert(&found.value);
+        settled.insert(&value);
         if (*newText == text) return;
-        found.value.set_string(*newText);
+        value.set_string(*newText);
         changed = true;
-        const ReferenceSite site([&] { return PlaceOf(found, document); });
+        const ReferenceSite site([&] {
+            const std::size_t offset = value.offset() + 1;  // behind the quote
+            return PlaceOf(found, offset, document.LineOf(offset));
+        });
         ReportRewrite(rewriter.File(), site, text, *newText);
     });
     return changed;
@@ -180,7 +195,7 @@ CDependencyBase::List CDependencyJSON::BindingSuffixes(std::int32_t flag) const 
     return suffixes;
 }
 
-const CDependencyJSON::Rules* CDependencyJSON::FindRules(const std::string& member) const {
+const CDependencyJSON::Rules* CDependencyJSON::FindRules(std::string_view member) const {
     const auto found = m_rules.find(member);
     return found == m_rules.end() ? nullptr : &found->second;
 }

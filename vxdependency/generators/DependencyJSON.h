@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
-#include "vexa/io/JsonData.h"
+#include "vexa/io/JsonOutline.h"
 #include "vxdependency/generators/DependencyBase.h"
 
 namespace vexa {
@@ -54,16 +56,16 @@ private:
 
     // Gets a reference: the member that holds it, the rule that found it, and its value.
     template <class Callback>
-    void WalkReferences(vxio::JsonData& document, const Callback& callback) const;
+    void WalkReferences(const vxio::JsonOutline& outline, const Callback& callback) const;
     bool Load(const std::string& key, vxio::JsonData& document) const;
     // True when there was something to change.
     bool RewriteReferences(vxio::JsonData& document, const ReferenceRewriter& rewriter) const;
-    const Rules* FindRules(const std::string& member) const;
+    const Rules* FindRules(std::string_view member) const;
     List BindingSuffixes(std::int32_t flag) const;
 
-    std::unordered_map<std::string, Rules> m_rules;  // by member name
+    std::unordered_map<std::string, Rules, TextHash, std::equal_to<>> m_rules;  // by member name
     Rules m_companions;
-    std::set<std::string> m_ignored;  // member names
+    std::set<std::string, std::less<>> m_ignored;  // member names
 };
 
 }  // namespace vexa

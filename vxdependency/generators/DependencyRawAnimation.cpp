@@ -103,7 +103,7 @@ bool CDependencyRawAnimation::GenerateDependency(const std::string& file, List& 
     if (record.reference.empty()) return true;
 
     std::string path = Named(vxio::GetDirName(file), record.reference);
-    ReportPaths(file, record.reference, {path}, ReferenceSite(Place));
+    ReportPaths(file, record.reference, {&path, 1}, ReferenceSite(Place));
     dependencies.push_back(std::move(path));
     return true;
 }

@@ -59,7 +59,7 @@ bool CDependencySpr::GenerateDependency(const std::string& file, List& dependenc
     const ReferenceSite site([&] {
         return ReferencePlace{reader.Start(), PositionOf(text, reader.Start()).line, "image"};
     });
-    ReportPaths(file, image, {image}, site);
+    ReportPaths(file, image, {&image, 1}, site);
     dependencies.push_back(std::move(image));
     return true;
 }

@@ -13,24 +13,27 @@ namespace vexa {
 
 namespace {
 
-const std::string kHere;       // the node itself, as a path in an XmlDoc
 const std::string kCompanion;  // the element name of companion-file rules
 
-void OfferAttribute(const std::string& file, const XmlDoc& node, const std::string& attribute,
-                    std::int32_t strategy, const auto& callback) {
-    std::string text;
-    if (!node.GetAttribute(kHere, attribute, text, "") || text.empty()) return;
-    callback(file, text, strategy, node, attribute);
+// The form of an element's name that rules are filed under; `buffer` holds it where it differs.
+std::string_view RuleNameOf(std::string_view name, std::string& buffer) {
+    const bool numbered =
+        !name.empty() && (name.back() == '_' || (name.back() >= '0' && name.back() <= '9'));
+    if (!numbered) return name;
+    buffer = name;
+    NormaliseElementName(buffer);
+    return buffer;
 }
 
-// An element that is being walked, and how far.
-struct Level {
-    explicit Level(XmlDoc node) : element(std::move(node)), count(element.GetChildCount(kHere)) {}
-
-    XmlDoc element;
-    std::size_t count;
-    std::size_t next = 0;
-};
+// Calls `offer` with the text of an attribute that is there and not empty.
+template <class Offer>
+void OfferAttribute(XmlElement element, const std::string& attribute, std::string& text,
+                    const Offer& offer) {
+    const char* const value = element.Attribute(attribute);
+    if (!value || *value == '\0') return;
+    text = value;
+    offer(element);
+}
 
 }  // namespace
 
@@ -51,12 +54,10 @@ bool CDependencyXML::GenerateDependency(const std::string& file, List& dependenc
     XmlDoc document;
     if (!Open(key, document)) return false;
     CollectCompanions(key, dependencies, secondList);
-    WalkReferences(key, document,
-                   [&](const std::string& from, const std::string& text, std::int32_t strategy,
-                       const XmlDoc& node, const std::string& attribute) {
-                       const ReferenceSite site([&] { return PlaceOf(node, attribute); });
-                       CollectReference(from, text, strategy, site, dependencies, secondList);
-                   });
+    WalkReferences(document, [&](const Reference& reference) {
+        const ReferenceSite site([&] { return PlaceOf(document, reference); });
+        CollectReference(key, reference.text, reference.strategy, site, dependencies, secondList);
+    });
     CDependencyManager* const manager = CDependencyManager::GetSingletonPtr();
     manager->MakeVectorUnique(dependencies);
     manager->MakeVectorUnique(secondList);
@@ -65,15 +66,16 @@ bool CDependencyXML::GenerateDependency(const std::string& file, List& dependenc
 
 bool CDependencyXML::Open(const std::string& key, XmlDoc& document) const {
     if (document.OpenFile(key)) return true;
-    WarnUnreadable(key, m_extension, "XML", document.GetError());
+    WarnUnreadable(key, m_extension, "XML",
+                   [&document]() -> const std::string& { return document.GetError(); });
     return false;
 }
 
-ReferencePlace CDependencyXML::PlaceOf(const XmlDoc& node, const std::string& attribute) {
-    std::string element;
-    node.GetName(element, kHere);
-    const std::size_t offset = node.GetAttributeOffset(kHere, attribute);
-    return {offset, node.LineOf(offset), element + " " + attribute};
+ReferencePlace CDependencyXML::PlaceOf(const XmlDoc& document, const Reference& reference) {
+    const std::size_t offset =
+        document.ViewOf(reference.element).GetAttributeOffset("", reference.attribute);
+    return {offset, document.LineOf(offset),
+            std::string(reference.element.Name()) + ' ' + reference.attribute};
 }
 
 void CDependencyXML::CollectCompanions(const std::string& key, List& dependencies,
@@ -119,47 +121,33 @@ CDependencyBase::List CDependencyXML::BindingSuffixes(std::int32_t flag) const {
     return suffixes;
 }
 
-const CDependencyXML::Rules* CDependencyXML::FindRules(const std::string& key) const {
+const CDependencyXML::Rules* CDependencyXML::FindRules(std::string_view key) const {
     const auto found = m_rules.find(key);
     return found == m_rules.end() ? nullptr : &found->second;
 }
 
-void CDependencyXML::VisitElement(const std::string& file, const XmlDoc& element,
-                                  const Rules& rules, const ReferenceCallback& callback) {
-    for (const Rule& rule : rules) {
-        const std::int32_t strategy = rule.data.strategy & ~kChildFlag;
-        if ((rule.data.strategy & kChildFlag) == 0) {
-            OfferAttribute(file, element, rule.attribute, strategy, callback);
-            continue;
-        }
-        const std::size_t count = element.GetChildCount(kHere);
-        for (std::size_t i = 0; i < count; ++i) {
-            OfferAttribute(file, element.SetChildDocument(kHere, i), rule.attribute, strategy,
-                           callback);
-        }
-    }
-}
-
-void CDependencyXML::WalkReferences(const std::string& file, const XmlDoc& document,
+void CDependencyXML::WalkReferences(const XmlDoc& document,
                                     const ReferenceCallback& callback) const {
-    std::string name;           // most elements have no rule: their names share this buffer
-    std::vector<Level> levels;  // not recursive: depth comes from the file
-    const auto enter = [&](XmlDoc element) {
-        element.GetName(name, kHere);
-        NormaliseElementName(name);
-        if (const Rules* const rules = FindRules(name)) {
-            VisitElement(file, element, *rules, callback);
+    std::string name;  // both are needed for many elements
+    std::string text;
+    const Rules* rules = nullptr;
+    std::string_view before;  // the last element's name, which is the next one's mostly
+    for (XmlElement at = document.GetRoot(0).GetElement(); at; at = at.Next()) {
+        if (const std::string_view own = at.Name(); own != before) {
+            rules = FindRules(RuleNameOf(own, name));
+            before = own;
         }
-        levels.emplace_back(std::move(element));
-    };
-    for (std::size_t root = 0; root < document.GetRootCount(); ++root) {
-        enter(document.GetRoot(root));
-        while (!levels.empty()) {
-            Level& level = levels.back();
-            if (level.next == level.count) {
-                levels.pop_back();
-            } else {
-                enter(level.element.SetChildDocument(kHere, level.next++));
+        if (!rules) continue;
+        for (const Rule& rule : *rules) {
+            const auto offer = [&](XmlElement holder) {
+                callback({text, rule.data.strategy & ~kChildFlag, holder, rule.attribute});
+            };
+            if ((rule.data.strategy & kChildFlag) == 0) {
+                OfferAttribute(at, rule.attribute, text, offer);
+                continue;
+            }
+            for (XmlElement child = at.FirstChild(); child; child = child.NextSibling()) {
+                OfferAttribute(child, rule.attribute, text, offer);
             }
         }
     }

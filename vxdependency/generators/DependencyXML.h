@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -54,17 +55,20 @@ public:
     List GetExplicitBindingFiles(const std::string& file) override;
 
 protected:
-    // Gets the text of a reference, which is never empty, and the node and attribute that hold it.
-    // The strategy comes without the child flag.
-    using ReferenceCallback =
-        std::function<void(const std::string& file, const std::string& text, std::int32_t strategy,
-                           const XmlDoc& node, const std::string& attribute)>;
+    // A reference: its text, which is never empty, and the element and attribute that hold it. The
+    // strategy comes without the child flag.
+    struct Reference {
+        const std::string& text;
+        std::int32_t strategy;
+        XmlElement element;
+        const std::string& attribute;
+    };
+    using ReferenceCallback = std::function<void(const Reference&)>;
 
     // Calls back for every reference in a document, in document order: the references of an element
     // in the order of its rules, before those of the elements inside it.
-    void WalkReferences(const std::string& file, const XmlDoc& document,
-                        const ReferenceCallback& callback) const;
-    static ReferencePlace PlaceOf(const XmlDoc& node, const std::string& attribute);
+    void WalkReferences(const XmlDoc& document, const ReferenceCallback& callback) const;
+    static ReferencePlace PlaceOf(const XmlDoc& document, const Reference& reference);
 
 private:
     struct Rule {
@@ -75,13 +79,12 @@ private:
 
     bool Open(const std::string& key, XmlDoc& document) const;
     bool RewriteReferences(XmlDoc& document, const ReferenceRewriter& rewriter) const;
-    const Rules* FindRules(const std::string& key) const;
-    static void VisitElement(const std::string& file, const XmlDoc& element, const Rules& rules,
-                             const ReferenceCallback& callback);
+    const Rules* FindRules(std::string_view key) const;
     void CollectCompanions(const std::string& key, List& dependencies, List& secondList) const;
     List BindingSuffixes(std::int32_t flag) const;
 
-    std::unordered_map<std::string, Rules> m_rules;  // by element name; "" for companion files
+    // By element name; "" for companion files.
+    std::unordered_map<std::string, Rules, TextHash, std::equal_to<>> m_rules;
 };
 
 }  // namespace vexa

@@ -34,18 +34,16 @@ bool CDependencyXML::RewriteReferences(XmlDoc& document, const ReferenceRewriter
     // Several rules may find an attribute: the first reading that is concerned settles it.
     std::unordered_set<std::size_t> settled;
     bool changed = false;
-    WalkReferences(
-        rewriter.File(), document,
-        [&](const std::string& file, const std::string& text, std::int32_t strategy,
-            const XmlDoc& node, const std::string& attribute) {
-            const std::optional<std::string> newText = rewriter.NewText(text, strategy);
-            if (!newText || !settled.insert(node.GetAttributeOffset("", attribute)).second) return;
-            XmlDoc element = node;
-            if (*newText == text || !element.SetAttribute("", attribute, *newText)) return;
-            changed = true;
-            const ReferenceSite site([&] { return PlaceOf(node, attribute); });
-            ReportRewrite(file, site, text, *newText);
-        });
+    WalkReferences(document, [&](const Reference& reference) {
+        const auto& [text, strategy, holder, attribute] = reference;
+        const std::optional<std::string> newText = rewriter.NewText(text, strategy);
+        XmlDoc element = document.ViewOf(holder);
+        if (!newText || !settled.insert(element.GetAttributeOffset("", attribute)).second) return;
+        if (*newText == text || !element.SetAttribute("", attribute, *newText)) return;
+        changed = true;
+        const ReferenceSite site([&] { return PlaceOf(document, reference); });
+        ReportRewrite(rewriter.File(), site, text, *newText);
+    });
     if (!changed || document.Save(rewriter.File())) return true;
     LogError("%s", document.GetError().c_str());
     return false;

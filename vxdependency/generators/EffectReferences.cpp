@@ -53,7 +53,7 @@ void AddImages(const std::string& file, const fx::Param& texture, List& referenc
                 info.offset, info.line,
                 fmt::format("texture {}, annotation {}", texture.GetName(), info.name)};
         });
-        ReportPaths(file, *image, {*image}, site);
+        ReportPaths(file, *image, {image, 1}, site);
         references.push_back(*image);
     }
 }

@@ -134,10 +134,12 @@ std::string LoadGenerators(const std::string& path, const Create& create) {
         if (extension.empty()) continue;
         auto* const generator = create(extension);
         if (!rules.is_object()) continue;
-        WalkMembers(rules, [&](const std::string& name, const ujson::value& value,
-                               const ujson::object&, std::int32_t, const bool&) {
-            if (name == "name_list") ReadRules(value, path, document, *generator);
-            if (name == "ignore") ReadIgnored(value, *generator);
+        vxio::JsonOutline outline;
+        outline.Outline(rules);
+        WalkMembers(outline, [&](std::string_view name, const vxio::JsonOutline::Entry& member,
+                                 const bool&) {
+            if (name == "name_list") ReadRules(*member.value, path, document, *generator);
+            if (name == "ignore") ReadIgnored(*member.value, *generator);
             return true;
         });
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace vexa {
@@ -9,9 +10,12 @@ namespace vexa {
 // The key of a file that is to be read. False, after a warning, when it has none.
 bool KeyToRead(const std::string& file, std::string& key);
 
-// A file is not there, or the generator of `extension` cannot read it as `language` for this
-// reason.
+// Tells why a document could not be read.
+using ReasonSource = std::function<const std::string&()>;
+
+// A file is not there, or the generator of `extension` cannot read it as `language` for a reason,
+// which costs time to find and is asked for only if it is to be told.
 void WarnUnreadable(const std::string& key, const std::string& extension, const char* language,
-                    const std::string& reason);
+                    const ReasonSource& reason);
 
 }  // namespace vexa

@@ -19,7 +19,7 @@ std::vector<std::string> ReadIncludes(const std::string& file, std::string_view 
         const ReferenceSite site([&include] {
             return ReferencePlace{include.offset, include.line, "#include"};
         });
-        ReportPaths(file, include.name, {path}, site);
+        ReportPaths(file, include.name, {&path, 1}, site);
         paths.push_back(std::move(path));
     }
     return paths;

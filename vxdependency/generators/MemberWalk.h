@@ -1,18 +1,17 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
-#include <string>
+#include <string_view>
 
-#include "vexa/io/JsonData.h"
+#include "vexa/io/JsonOutline.h"
 
 namespace vexa {
 
-// Gets a member of an object: its name, its value, the object that holds it and its place there.
-// True to go on below it. To set `stop` says that the list which holds the value is a table of
-// paths.
-using MemberVisitor = std::function<bool(const std::string& name, ujson::value& value,
-                                         ujson::object& members, std::int32_t index, bool& stop)>;
+// Gets a member of an object, or a string in an array that is offered as one: the name that it is
+// offered under, and the value. True to go on below it. To set `stop` says that the list which
+// holds the value is a table of paths.
+using MemberVisitor =
+    std::function<bool(std::string_view name, const vxio::JsonOutline::Entry& value, bool& stop)>;
 
 // The name under which the strings of a table of paths are offered.
 inline constexpr const char* kPathMember = "PATH";
@@ -25,7 +24,7 @@ inline constexpr const char* kPathMember = "PATH";
 // visited in this way; instead its own strings that look like paths, those before the one that
 // stopped it as well, are offered under the name "PATH". The lists around it go on as before.
 //
-// The visitor may change the values that it is given, and nothing else of the document.
-void WalkMembers(ujson::value& root, const MemberVisitor& visit);
+// The visitor may give other texts to strings, and change nothing else of the document.
+void WalkMembers(const vxio::JsonOutline& outline, const MemberVisitor& visit);
 
 }  // namespace vexa

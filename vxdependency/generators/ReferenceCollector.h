@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,6 @@ void CollectReference(const std::string& file, const std::string& text, std::int
 // Reports a reference that stands for certain files alone, by their paths in any form. For formats
 // whose references no strategy resolves.
 void ReportPaths(const std::string& file, const std::string& text,
-                 const std::vector<std::string>& paths, const IReferenceSite& site);
+                 std::span<const std::string> paths, const IReferenceSite& site);
 
 }  // namespace vexa

@@ -3,8 +3,9 @@
 #include <atomic>
 
 #include "vexa/common/Log.h"
-#include "vexa/io/JsonData.h"
+#include "vexa/io/JsonOutline.h"
 #include "vexa/threading/StepGate.h"
+#include "vexa/threading/ThreadSpare.h"
 #include "vxdependency/generators/DependencyJSON.h"
 #include "vxdependency/generators/DependencyXML.h"
 #include "vxdependency/manager/Configuration.h"
@@ -135,7 +136,8 @@ CDependencyBase* CDependencyManager::GetDependencyGenerator(const std::string& p
     const std::string extension = RegisteredExtension(path);
     if (!IsShared(extension)) return GeneratorRegistry::Instance().Find(extension);
     const Families families = FamiliesOf(extension);
-    return vxio::JsonData().Load(path) == 0 ? families.json : families.xml;
+    const ThreadSpare<vxio::JsonOutline> outline;
+    return outline->Load(path) ? families.json : families.xml;
 }
 
 bool CDependencyManager::HasDependencyGenerator(const std::string& path) {

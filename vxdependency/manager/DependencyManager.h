@@ -274,8 +274,8 @@ private:
     void NoteFile(const std::string& key, const FileLook& look,
                   std::unique_ptr<FileReading> reading);
     bool KeyOf(const std::string& path, std::string& key);
-    bool IsUpToDate(const std::string& key);
-    void AppendStoredForm(const std::string& key, const List& entries, List& out);
+    bool FindCurrent(const std::string& key, bool inverse, List& list);
+    void AppendStoredForm(const std::string& key, List& entries, List& out);
     void StoreList(const std::string& key, const std::string& oldKey, bool renamed,
                    const List& list);
     void NoteTargets(const List& list);

@@ -1,15 +1,17 @@
 // The manager's reading side: generating a file's list, and answering from the store.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <limits>
 #include <queue>
 #include <unordered_set>
 
 #include "vexa/common/InterfaceBox.h"
+#include "vexa/common/KeyText.h"
 #include "vexa/common/KnownFiles.h"
 #include "vexa/common/Log.h"
 #include "vexa/common/ReadFailures.h"
+#include "vexa/io/PathText.h"
 #include "vexa/os/FindFiles.h"
 #include "vexa/os/WindowsApi.h"
 #include "vxdependency/generators/BindingStem.h"
@@ -40,12 +42,7 @@ IFileService& Files() {
 
 FileLook LookAt(const std::string& path) {
     FileLook look;
-    _finddata64i32_t data;
-    const std::intptr_t handle = _findfirst64i32(path.c_str(), &data);
-    if (handle == -1) return look;
-    look.seconds = data.time_write;
-    look.state = os::StateOfFound(handle);
-    _findclose(handle);
+    os::FindEntry(path, look.seconds, look.state);
     return look;
 }
 
@@ -75,8 +72,26 @@ bool IsWalked(const std::string& key) {
     return true;
 }
 
+// Lets the work of other threads that concerns a file, seen like this, reach the store.
+bool FlushOthers(const std::string& key, const FileLook& look) {
+    if (!look.state.exists) return Store().FlushOtherBatch();
+    return Store().FlushOtherBatch(key, {look.state.writeTimeNs, look.state.size, 0, false});
+}
+
 bool HoldsSeparator(const std::string& text) {
     return text.find('#') != std::string::npos;
+}
+
+std::string StoredForm(const std::string& entry) {
+    std::string stored;
+    if (!Files().KeyOfReference(entry, stored)) stored = entry;
+    std::ranges::replace(stored, '\\', '/');
+    return stored;
+}
+
+// Most entries are keys, and stored as such. What begins with a drive only looks like one.
+bool IsStoredForm(const std::string& entry) {
+    return IsPlainKey(entry) && vxio::AnchorLength(entry) == 0;
 }
 
 // Appends to a list what it does not hold yet.
@@ -96,44 +111,39 @@ private:
 }  // namespace
 
 bool CDependencyManager::KeyOf(const std::string& path, std::string& key) {
-    char relative[MAX_PATH + 1];
-    char absolute[MAX_PATH + 1];
-    if (MakeRelativePath(relative, path.c_str()) && *relative &&
-        MakeAbsolutePath(absolute, relative)) {
-        key = relative;
+    if (path.size() <= MAX_PATH && Files().MakeRelative(path, key) && !key.empty() &&
+        InterfaceBox::Instance().GetResourceRoot().size() + 1 + key.size() <= MAX_PATH)
         return true;
-    }
     Log(0, "%s: not a path below the resource root, or longer than %d characters", path.c_str(),
         MAX_PATH);
     return false;
 }
 
-bool CDependencyManager::IsUpToDate(const std::string& key) {
+// Finds a list of a file that has not changed since it was read; false for one that has.
+bool CDependencyManager::FindCurrent(const std::string& key, bool inverse, List& list) {
     const std::string absolute = Files().AbsolutePath(key);
     const FileLook look = LookAt(absolute);
-    std::int64_t stored = std::numeric_limits<std::int64_t>::min();
-    Store().GetTimeStamp(absolute, stored);
-    if (stored != look.seconds) return false;
-    if (!look.state.exists) return true;
-
     // Within one second the stamp cannot tell two writes apart; the catalogue can.
-    CatalogueEntry entry;
-    return Store().FindFile(key, entry) && entry.writeTimeNs == look.state.writeTimeNs &&
-           entry.size == look.state.size;
+    const auto isCurrent = [&look](const GeneralDependency::FileRecord& record) {
+        if (record.stamp != look.seconds) return false;
+        const auto& entry = record.entry;
+        return !look.state.exists || (entry && entry->writeTimeNs == look.state.writeTimeNs &&
+                                      entry->size == look.state.size);
+    };
+    return Store().GetDependencyIf(key, absolute, inverse, isCurrent, list);
 }
 
 // Appends the entries of a list as they are stored: as keys where they name something below the
 // resource root, without what a "#"-separated list cannot hold.
-void CDependencyManager::AppendStoredForm(const std::string& key, const List& entries, List& out) {
-    for (const std::string& entry : entries) {
-        std::string stored;
-        if (!Files().KeyOfReference(entry, stored)) stored = entry;
-        for (char& c : stored) c = c == '\\' ? '/' : c;
-        if (HoldsSeparator(stored)) {
+void CDependencyManager::AppendStoredForm(const std::string& key, List& entries, List& out) {
+    out.reserve(out.size() + entries.size());
+    for (std::string& entry : entries) {
+        if (!IsStoredForm(entry)) entry = StoredForm(entry);
+        if (HoldsSeparator(entry)) {
             LogWarning("%s: the reference to %s is left out: a name with \"#\" cannot be kept",
-                       key.c_str(), stored.c_str());
-        } else if (!stored.empty()) {
-            out.push_back(std::move(stored));
+                       key.c_str(), entry.c_str());
+        } else if (!entry.empty()) {
+            out.push_back(std::move(entry));
         }
     }
 }
@@ -216,12 +226,12 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     if (!HasDependencyGenerator(key)) return result;
 
     const std::lock_guard lock(ManagerMutex());
-    // What another thread's batch still holds in memory must not be overtaken.
-    Store().FlushOtherBatch();
-    // One transaction for the list, the inverse lists and the stamp, unless a scan's is open.
-    const vxdependency::StoreBatch batch(&Store());
     // The look before reading is what is kept: a file written meanwhile is then read again.
     const FileLook before = look ? *look : LookAt(Files().AbsolutePath(key));
+    // What another thread's batch still holds in memory must not be overtaken.
+    second.empty() ? FlushOthers(key, before) : Store().FlushOtherBatch();
+    // One transaction for the list, the inverse lists and the stamp, unless a scan's is open.
+    const vxdependency::StoreBatch batch(&Store());
     if (!reading) reading = ReadReferences(key);
     if (!reading) return result;  // what is in the file tells the generator, and it changed
     result.generated = true;
@@ -242,6 +252,7 @@ CDependencyManager::List CDependencyManager::GenerateDependency(const std::strin
     std::string key;
     if (!KeyOf(file, key)) return {};
     const std::lock_guard lock(ManagerMutex());
+    FlushOthers(key, LookAt(Files().AbsolutePath(key)));
     const List affected = FilesAffected({key}, {});
     vxdependency::StoreBatch batch(&Store());
     Invalidate(affected);
@@ -268,6 +279,7 @@ bool CDependencyManager::Resync(const List& keys) {
     for (const std::string& key : keys) {
         (Files().GetState(key).exists ? changed : vanished).push_back(key);
     }
+    Store().FlushOtherBatch();
     const List affected = FilesAffected(changed, vanished);
     vxdependency::StoreBatch batch(&Store());
     Invalidate(affected);
@@ -329,10 +341,12 @@ CDependencyManager::List CDependencyManager::GetDependency(const std::string& fi
     // While a rename is planned the store still knows the old names, and nothing is read anew.
     if (const RenameOperation* const planned = RenameOperation::OfThisThread())
         return planned->Recorded(key, inverse);
-    if (!IsUpToDate(key)) {
+    if (FindCurrent(key, inverse, list)) return list;
+    {
         const std::lock_guard lock(ManagerMutex());
-        Store().FlushOtherBatch();
-        if (!IsUpToDate(key)) GenerateDependency(key, "");
+        FlushOthers(key, LookAt(Files().AbsolutePath(key)));
+        if (FindCurrent(key, inverse, list)) return list;
+        GenerateDependency(key, "");
     }
     if (inverse) {
         Store().GetInverseDependency(key, list);

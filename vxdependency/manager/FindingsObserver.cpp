@@ -9,8 +9,7 @@
 
 namespace vexa {
 
-FindingsObserver::FindingsObserver(const std::string& key)
-    : m_key(key), m_generatorForm(GeneratorForm(key)) {}
+FindingsObserver::FindingsObserver(const std::string& key) : m_key(key) {}
 
 // A reference that resolves has no other reading that could come true: one that does later, when a
 // second file appears, is not looked for. Of the others, those that cannot be meant as a path are
@@ -53,6 +52,7 @@ vxdependency::Findings FindingsObserver::Take() {
 // Several rules may govern one text: it is missing when none of them finds a file, and then once.
 void FindingsObserver::DropResolved() {
     auto& missing = m_findings.missing;
+    if (missing.empty()) return;
     std::ranges::sort(m_resolved);
     std::erase_if(missing, [this](const vxdependency::MissingReference& reference) {
         return std::ranges::binary_search(m_resolved, vxdependency::AwaitedIdOf(reference.text));
@@ -65,7 +65,7 @@ void FindingsObserver::DropResolved() {
 
 // References of the files that this one is read through are theirs.
 bool FindingsObserver::IsOwn(const std::string& file) const {
-    return file == m_key || file == m_generatorForm;
+    return file == m_key || file == GeneratorForm(m_key);
 }
 
 void FindingsObserver::Await(const std::string& path) {

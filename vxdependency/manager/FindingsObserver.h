@@ -29,7 +29,6 @@ private:
     void Await(const std::string& path);
 
     const std::string& m_key;
-    const std::string m_generatorForm;
     vxdependency::Findings m_findings;
     std::vector<std::uint64_t> m_resolved;  // hashes of the texts that resolve
 };

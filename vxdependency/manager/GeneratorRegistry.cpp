@@ -1,11 +1,13 @@
 #include "vxdependency/manager/GeneratorRegistry.h"
 
+#include <utility>
+
 #include "vxdependency/generators/DependencyBase.h"
 
 namespace vexa {
 
-GeneratorRegistry::GeneratorRegistry() : m_generators(8) {
-    m_generators.max_load_factor(1.0F);
+GeneratorRegistry::GeneratorRegistry() {
+    Publish(std::make_unique<Table>(8));
 }
 
 GeneratorRegistry& GeneratorRegistry::Instance() {
@@ -15,8 +17,15 @@ GeneratorRegistry& GeneratorRegistry::Instance() {
 }
 
 void GeneratorRegistry::Register(CDependencyBase* generator) {
-    const std::unique_lock lock(m_guard);
-    m_generators[generator->GetExtension()].push_back(generator);
+    const std::lock_guard lock(m_guard);
+    auto table = std::make_unique<Table>(Generators());
+    (*table)[generator->GetExtension()].push_back(generator);
+    Publish(std::move(table));
+}
+
+void GeneratorRegistry::Publish(std::unique_ptr<Table> table) {
+    m_generators.store(table.get(), std::memory_order_release);
+    m_tables.push_back(std::move(table));
 }
 
 bool GeneratorRegistry::CreatingOnThisThread() const {
@@ -39,41 +48,34 @@ void GeneratorRegistry::EnsureCreated(const std::function<void()>& create) {
         GeneratorRegistry& registry;
     } const creating(*this);
 
-    const bool empty = [this] {
-        const std::shared_lock reading(m_guard);
-        return m_generators.empty();
-    }();
-    if (empty) create();
+    if (Generators().empty()) create();
 }
 
 CDependencyBase* GeneratorRegistry::Find(const std::string& extension) const {
-    const std::shared_lock lock(m_guard);
-    const auto found = m_generators.find(extension);
-    return found == m_generators.end() ? nullptr : found->second.front();
+    const Table& generators = Generators();
+    const auto found = generators.find(extension);
+    return found == generators.end() ? nullptr : found->second.front();
 }
 
 std::vector<CDependencyBase*> GeneratorRegistry::FindAll(const std::string& extension) const {
-    const std::shared_lock lock(m_guard);
-    const auto found = m_generators.find(extension);
-    return found == m_generators.end() ? std::vector<CDependencyBase*>() : found->second;
+    const Table& generators = Generators();
+    const auto found = generators.find(extension);
+    return found == generators.end() ? std::vector<CDependencyBase*>() : found->second;
 }
 
 void GeneratorRegistry::Extensions(std::vector<std::string>& out) const {
     std::unique_lock creation(m_creation, std::defer_lock);
     if (!CreatingOnThisThread()) creation.lock();
-    const std::shared_lock lock(m_guard);
-    for (const auto& [extension, generators] : m_generators) {
+    for (const auto& [extension, generators] : Generators()) {
         out.insert(out.end(), generators.size(), extension);
     }
 }
 
 void GeneratorRegistry::DeleteAll() {
-    std::unordered_map<std::string, std::vector<CDependencyBase*>> generators;
-    {
-        const std::unique_lock lock(m_guard);
-        generators.swap(m_generators);
-    }
-    for (const auto& [extension, list] : generators) {
+    const std::lock_guard lock(m_guard);
+    const Table& doomed = Generators();
+    Publish(std::make_unique<Table>(8));
+    for (const auto& [extension, list] : doomed) {
         for (const CDependencyBase* generator : list) delete generator;
     }
 }

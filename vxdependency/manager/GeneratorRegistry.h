@@ -2,8 +2,8 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
-#include <shared_mutex>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -47,8 +47,16 @@ private:
     std::atomic<bool> m_created{false};
     std::atomic<std::thread::id> m_creator{};
 
-    mutable std::shared_mutex m_guard;  // m_generators
-    std::unordered_map<std::string, std::vector<CDependencyBase*>> m_generators;
+    using Table = std::unordered_map<std::string, std::vector<CDependencyBase*>>;
+
+    const Table& Generators() const { return *m_generators.load(std::memory_order_acquire); }
+    void Publish(std::unique_ptr<Table> table);
+
+    // Every file that is read asks, on every core, and generators are registered a few times only:
+    // a table that was published is never changed, nor deleted, since somebody may be looking.
+    std::mutex m_guard;  // of those who publish
+    std::vector<std::unique_ptr<const Table>> m_tables;
+    std::atomic<const Table*> m_generators;
 };
 
 }  // namespace vexa

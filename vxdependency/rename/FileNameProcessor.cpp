@@ -6,35 +6,15 @@
 
 namespace vexa {
 
-namespace {
-
-// The strategies in their order of running: first the readings of the text as written, so that the
-// companions of each are found; then what takes parts off the name.
-constexpr std::pair<FNStrategyType, strategies::Strategy> s_process_map[] = {
-    {FNStrategyType::Root, strategies::Root},
-    {FNStrategyType::Directory, strategies::Directory},
-    {FNStrategyType::Binding, strategies::Binding},
-    {FNStrategyType::Effect, strategies::Effect},
-    {FNStrategyType::Anchored, strategies::Anchored},
-    {FNStrategyType::Selector, strategies::Selector},
-    {FNStrategyType::ImageType, strategies::ImageType},
-    {FNStrategyType::RawAnimation, strategies::RawAnimation},
-    {FNStrategyType::TerrainTool, strategies::TerrainTool},
-};
-
-}  // namespace
-
 NameReadings FileNameProcessor::Read(const std::string& file, const std::string& text, int mask) {
     strategies::Found found;
-    NameReadings readings;
     std::string name = text;
-    for (const auto& [key, strategy] : s_process_map) {
-        const int bit = static_cast<int>(key);
-        if ((mask & bit) == 0) continue;
-        strategy(file, name, found);
-        readings.strategies.resize(found.paths.size(), bit);
+    strategies::Run(file, mask, name, found);
+    NameReadings readings;
+    for (const ReferenceCandidate& candidate : found.Candidates()) {
+        readings.paths.push_back(candidate.key);
+        readings.strategies.push_back(candidate.strategy);
     }
-    readings.paths = std::move(found.paths);
     readings.companions = std::move(found.companions);
     readings.paths.push_back(std::move(name));
     readings.strategies.push_back(0);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "vexa/common/InterfaceBox.h"
+#include "vexa/common/KeyText.h"
 #include "vexa/io/Path.h"
 #include "vexa/io/PathText.h"
 #include "vxdependency/generators/DependencyBase.h"
@@ -36,12 +37,6 @@ bool CanBeAName(const std::string& name) {
     return !name.empty() && name.size() <= kLongestText;
 }
 
-bool AddKey(const std::string& key, Found& found) {
-    if (key.empty()) return false;
-    found.paths.push_back(key);
-    return true;
-}
-
 // The keys of both readings of `name`: relative to the file, and to the resource root.
 std::vector<std::string> BothKeys(const std::string& file, const std::string& name) {
     std::vector<std::string> keys;
@@ -49,6 +44,23 @@ std::vector<std::string> BothKeys(const std::string& file, const std::string& na
     if (JoinedKey(file, name, key)) keys.push_back(key);
     if (RootedKey(name, key) && (keys.empty() || keys.front() != key)) keys.push_back(key);
     return keys;
+}
+
+// The key of the folder that a file lies in; null for a file that has no key. Many references stand
+// in one file. What the key of a path of the machine is may change.
+const std::string* FolderOf(const std::string& file) {
+    struct Folder {
+        std::string file;
+        std::string key;
+        bool valid = true;
+    };
+    thread_local Folder folder;
+    if (folder.file != file || vxio::AnchorLength(file) > 0) {
+        folder.file = file;
+        folder.valid = Files().MakeRelative(file, folder.key);
+        vxio::DropSegment(folder.key);
+    }
+    return folder.valid ? &folder.key : nullptr;
 }
 
 bool AddBindingFiles(const std::string& key, Found& found) {
@@ -79,11 +91,6 @@ bool TakeExistingExtension(std::string& path) {
     }
     if (RootedKey(path, key)) ReportAbsent(ImageFamily(key));
     return false;
-}
-
-bool RootedFileExists(const std::string& name) {
-    std::string key;
-    return RootedKey(name, key) && Files().FileExists(key);
 }
 
 // Adds what an animation names and is there. An animation that is met while another one is being
@@ -125,23 +132,25 @@ bool RootedKey(const std::string& name, std::string& key) {
 }
 
 bool JoinedKey(const std::string& file, const std::string& name, std::string& key) {
-    if (!CanBeAName(name) || !Files().MakeRelative(file, key)) return false;
-    const std::string directory = vxio::GetDirName(key);
-    return NormaliseKey(directory + "/" + name, key);
+    const std::string* const folder = CanBeAName(name) ? FolderOf(file) : nullptr;
+    if (!folder) return false;
+    key = *folder;
+    return AppendNormalised(name, key);
 }
 
 bool Root(const std::string&, std::string& name, Found& found) {
-    std::string key;
-    return FileNameProcessor::IsAPath(name) && RootedKey(name, key) && AddKey(key, found);
+    if (!FileNameProcessor::IsAPath(name) || !CanBeAName(name)) return false;
+    const std::string* const key = found.RootedKey(name);
+    return key && found.Add(*key);
 }
 
 bool Directory(const std::string& file, std::string& name, Found& found) {
-    std::string key;
-    return JoinedKey(file, name, key) && AddKey(key, found);
+    return JoinedKey(file, name, found.scratch) && found.Add(found.scratch);
 }
 
 bool Binding(const std::string&, std::string& name, Found& found) {
-    std::vector<std::string> keys = found.paths;
+    std::vector<std::string> keys;
+    for (const ReferenceCandidate& candidate : found.Candidates()) keys.push_back(candidate.key);
     std::string key;
     if (RootedKey(name, key) && std::ranges::find(keys, key) == keys.end()) keys.push_back(key);
     bool added = false;
@@ -154,7 +163,7 @@ bool Effect(const std::string& file, std::string& name, Found& found) {
     const bool written = vxio::GetFileExtension(name) == ".nfx";
     bool added = false;
     for (const std::string& effect : BothKeys(file, written ? name : name + ".nfx")) {
-        added |= AddKey(effect, found);
+        added |= found.Add(effect);
         AddBindingFiles(effect, found);
     }
     return added;
@@ -180,10 +189,10 @@ bool Selector(const std::string&, std::string& name, Found& found) {
     if (selector == std::string::npos) return false;
     const std::string tail = vxio::FormatPath(name.substr(selector));
     name.resize(selector);
-    const std::size_t count = found.paths.size();
+    const std::size_t count = found.Candidates().size();
     for (std::size_t i = 0; i < count; ++i) {
-        std::string cut = found.paths[i];
-        if (CutTail(cut, tail)) found.paths.push_back(std::move(cut));
+        std::string cut = found.Candidates()[i].key;
+        if (CutTail(cut, tail)) found.Add(cut, true);
     }
     return true;
 }
@@ -192,14 +201,16 @@ bool Selector(const std::string&, std::string& name, Found& found) {
 // reading of the reference is there as written, nothing else is meant by it.
 bool ImageType(const std::string&, std::string& name, Found& found) {
     if (!CDependencyManager::IsImage(name)) return false;
-    const auto exists = [](const std::string& key) { return Files().FileExists(key); };
-    if (std::ranges::any_of(found.paths, exists) || RootedFileExists(name)) return false;
-    bool taken = false;
-    const std::size_t count = found.paths.size();
+    const std::size_t count = found.Candidates().size();
     for (std::size_t i = 0; i < count; ++i) {
-        std::string other = found.paths[i];
+        if (found.Exists(i)) return false;
+    }
+    if (CanBeAName(name) && found.RootedExists(name)) return false;
+    bool taken = false;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::string other = found.Candidates()[i].key;
         if (!TakeExistingExtension(other)) continue;
-        found.paths.push_back(std::move(other));
+        found.Add(other, found.IsLoose(i));
         taken = true;
     }
     return TakeExistingExtension(name) || taken;
@@ -210,7 +221,7 @@ bool RawAnimation(const std::string& file, std::string& name, Found& found) {
     const AnimationReader reader;
     bool added = false;
     for (const std::string& animation : BothKeys(file, name)) {
-        added |= AddKey(animation, found);
+        added |= found.Add(animation);
         if (Files().FileExists(animation)) reader.AddNamed(animation, found);
     }
     return added;
@@ -223,13 +234,40 @@ bool TerrainTool(const std::string& file, std::string& name, Found& found) {
             std::string key = folder;
             vxio::AppendSegment(key, part);
             if (Files().FileExists(key)) {
-                added |= AddKey(key, found);
+                added |= found.Add(key);
             } else {
                 ReportAbsent(key);
             }
         }
     }
     return added;
+}
+
+namespace {
+
+// The strategies in their order of running: first the readings of the text as written, so that the
+// companions of each are found; then what takes parts off the name.
+constexpr std::pair<FNStrategyType, Strategy> s_process_map[] = {
+    {FNStrategyType::Root, Root},
+    {FNStrategyType::Directory, Directory},
+    {FNStrategyType::Binding, Binding},
+    {FNStrategyType::Effect, Effect},
+    {FNStrategyType::Anchored, Anchored},
+    {FNStrategyType::Selector, Selector},
+    {FNStrategyType::ImageType, ImageType},
+    {FNStrategyType::RawAnimation, RawAnimation},
+    {FNStrategyType::TerrainTool, TerrainTool},
+};
+
+}  // namespace
+
+void Run(const std::string& file, std::int32_t mask, std::string& name, Found& found) {
+    for (const auto& [key, strategy] : s_process_map) {
+        const auto bit = static_cast<std::int32_t>(key);
+        if ((mask & bit) == 0) continue;
+        found.Begin(bit);
+        strategy(file, name, found);
+    }
 }
 
 }  // namespace vexa::strategies

@@ -1,20 +1,20 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "vxdependency/rename/Found.h"
 
 namespace vexa::strategies {
-
-// What the strategies of one reference have found so far.
-struct Found {
-    std::vector<std::string> paths;       // candidates for the reference, as keys
-    std::vector<std::string> companions;  // existing files that come with the named resource
-};
 
 // One interpretation of a reference in `file`. `name` is the working name, at first the reference's
 // text; a strategy may add to `found` or adjust the name. True when it did either.
 using Strategy = bool (*)(const std::string& file, std::string& name, Found& found);
+
+// Runs the strategies of a mask on a reference of `file`, in their order. `name` is its text, and
+// becomes the working name.
+void Run(const std::string& file, std::int32_t mask, std::string& name, Found& found);
 
 // The key of `name` taken from the resource root, and of `name` joined to the directory of `file`.
 // False when it names nothing.

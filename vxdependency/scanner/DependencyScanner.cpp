@@ -1,7 +1,6 @@
 #include "vxdependency/scanner/DependencyScanner.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <future>
@@ -20,6 +19,7 @@
 #include "vxdependency/manager/Configuration.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/manager/ManagerMutex.h"
+#include "vxdependency/scanner/FirstReading.h"
 #include "vxdependency/scanner/FolderWalk.h"
 #include "vxdependency/scanner/RescanPlan.h"
 #include "vxdependency/scanner/ScanWalk.h"
@@ -34,6 +34,7 @@ using vexa::LogError;
 using vexa::LogWarning;
 using vexa::vxdependency::CatalogueEntry;
 using vexa::vxdependency::GeneralDependency;
+using vexa::vxdependency::StoreFill;
 
 namespace {
 
@@ -82,14 +83,30 @@ using CollidingPairs = std::vector<std::pair<std::string, std::string>>;
 
 CollidingPairs CollisionsOf(const ScanWalk& walk) {
     if (!walk.newFiles) return {};
-    return vexa::vxdependency::FindCollisions(
-        walk.met.size(), [&walk](std::size_t i) { return KeyOf(walk.met[i].Get().path); });
+    return vexa::vxdependency::FindCollisions(walk.files.Size(), [&walk](std::size_t i) {
+        return std::string(walk.files.KeyOf(static_cast<FileTable::Number>(i)));
+    });
 }
 
-void WarnOfCollisions(const CollidingPairs& pairs) {
-    if (pairs.empty()) return;
-    LogWarning("%zu pairs of resources share a record of the store, as \"%s\" and \"%s\" do",
-               pairs.size(), pairs.front().first.c_str(), pairs.front().second.c_str());
+void WarnOfCollisions(std::size_t count, const std::pair<std::string, std::string>& first) {
+    LogWarning("%zu pairs of resources share a record of the store, as \"%s\" and \"%s\" do", count,
+               first.first.c_str(), first.second.c_str());
+}
+
+std::string AbsolutePath(std::string_view key) {
+    return std::string(InterfaceBox::Instance().GetResourceRoot()).append("/").append(key);
+}
+
+// The files and the bytes of their keys.
+struct Amount {
+    std::size_t files = 0;
+    std::size_t bytes = 0;
+};
+
+void Count(const ListedFolder& folder, Amount& amount) {
+    amount.files += folder.entries.size();
+    amount.bytes += folder.names.size() + folder.entries.size() * (KeyOf(folder.path).size() + 1);
+    for (const auto& below : folder.folders) Count(*below, amount);
 }
 
 }  // namespace
@@ -179,7 +196,12 @@ void DependencyScanner::Publish(const ScanWalk& walk) {
 }
 
 std::vector<FileInfoData> DependencyScanner::GetFileListBySuffix(const char* suffix) {
-    return m_buckets[suffix];
+    const std::string& root = InterfaceBox::Instance().GetResourceRoot();
+    std::vector<FileInfoData> files;
+    for (const Record& record : m_buckets[suffix].records) {
+        files.push_back(FilesOf(record).InfoOf(record.file, root));
+    }
+    return files;
 }
 
 bool DependencyScanner::SyncRename(std::string source, std::string destination) {
@@ -192,19 +214,10 @@ void DependencyScanner::SetWaitingFile(const std::string& path) {
     CDependencyManager::GetSingleton().MakeAbsolutePath(absolute, path.c_str());
     const std::lock_guard lock(m_guard);
     m_waitingFile = absolute;
+    m_isWaited = !m_waitingFile.empty();
 }
 
 // --- the walk ---
-
-// Links and folders that are not descended may lead anywhere.
-void DependencyScanner::Know(const std::string& path, unsigned attributes, ScanWalk& walk) {
-    constexpr unsigned kElsewhere = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    if (attributes & kElsewhere) {
-        walk.known.AddUnknown(KeyOf(path));
-    } else {
-        walk.known.Add(KeyOf(path));
-    }
-}
 
 // A folder that could not be listed to its end: nothing below it may be taken for gone.
 void DependencyScanner::FolderUnread(const ListedFolder& folder, ScanWalk& walk) {
@@ -212,42 +225,54 @@ void DependencyScanner::FolderUnread(const ListedFolder& folder, ScanWalk& walk)
              std::strerror(folder.error));
     ++walk.statistics.unreadableFolders;
     walk.unreadable.push_back(KeyOf(folder.path));
-    walk.known.AddUnknown(walk.unreadable.back());
 }
 
-// Sorts what a walk listed into the buckets: the files of a folder before those of the folders
-// below it.
+// Sorts what a walk listed into the buckets, in the order of the keys.
 void DependencyScanner::GetAllFiles(ListedFolder& folder, ScanWalk& walk) {
-    for (ListedEntry& entry : folder.entries) {
-        std::string path = folder.path + "\\" + entry.name;
-        if (entry.name.find('\\') != std::string::npos) {
-            LogWarning("%s/%s: left out: its name holds a backslash",
-                       WithSlashes(folder.path).c_str(), entry.name.c_str());
-            continue;
-        }
-        LogNotDescended(WithSlashes(path), entry.attributes);
-        Know(path, entry.attributes, walk);
-        InsertToBucket(
-            {std::move(path), entry.writeTime, entry.state.writeTimeNs, entry.state.size}, walk);
-    }
+    folder.InKeyOrder([&](const ListedEntry& entry) { MeetFile(folder, entry, walk); },
+                      [&](ListedFolder& below) {
+                          GetAllFiles(below, walk);
+                          below = {};  // a tree holds much, and it is not needed any more
+                      });
     if (folder.error != 0) FolderUnread(folder, walk);
-    folder.entries = {};
-    for (const auto& below : folder.folders) GetAllFiles(*below, walk);
 }
 
-void DependencyScanner::InsertToBucket(FileInfoData info, ScanWalk& walk) {
-    const std::string extension = vexa::vxio::GetFileExtension(info.path);
-    m_buckets.try_emplace(extension);
-    std::vector<FileInfoData>& bucket = m_buckets.at(extension);
-    bucket.push_back(std::move(info));
-    walk.met.push_back({&bucket, bucket.size() - 1});
+void DependencyScanner::MeetFile(const ListedFolder& folder, const ListedEntry& entry,
+                                 ScanWalk& walk) {
+    const std::string_view name = folder.NameOf(entry);
+    if (name.find('\\') != std::string_view::npos) {
+        LogWarning("%s/%s: left out: its name holds a backslash", WithSlashes(folder.path).c_str(),
+                   std::string(name).c_str());
+        return;
+    }
+    Bucket& bucket = BucketOf(folder, name);
+    const FileTable::Number file =
+        walk.files.Add(KeyOf(folder.path), name, entry.writeTimeNs, entry.size, bucket.isRead);
+    // Links and folders that are not descended may lead anywhere.
+    constexpr unsigned kElsewhere = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    if (entry.attributes & kElsewhere) {
+        walk.elsewhere.emplace_back(walk.files.KeyOf(file));
+        LogNotDescended(AbsolutePath(walk.files.KeyOf(file)), entry.attributes);
+    }
+    bucket.records.push_back({static_cast<std::uint32_t>(m_walks.size() - 1), file});
     ++m_fileCount;
+}
+
+DependencyScanner::Bucket& DependencyScanner::BucketOf(const ListedFolder& folder,
+                                                       std::string_view name) {
+    const std::string extension = vexa::vxio::GetFileExtension(std::string(name));
+    const auto [bucket, isNew] = m_buckets.try_emplace(extension);
+    if (isNew || bucket->second.records.empty()) {
+        bucket->second.isRead = CDependencyManager::GetSingletonPtr()->HasDependencyGenerator(
+            WithSlashes(folder.path).append("/").append(name));
+    }
+    return bucket->second;
 }
 
 // --- the scan ---
 
 void DependencyScanner::Scan() {
-    ScanWalk walk;
+    ScanWalk walk(*m_walks.emplace_back(std::make_unique<FileTable>()));
     walk.startMs = vexa::os::WallClockMs();
     walk.renames = CDependencyManager::CountRenames();
     m_progress = 0;
@@ -256,9 +281,8 @@ void DependencyScanner::Scan() {
     Publish(walk);
     // So that what changes behind the walk is seen.
     if (m_monitoring) ArmWatcher();
-    Prepare(walk);
-    const bool complete = walk.walked && ReadFiles(walk);
-    if (walk.statistics.regenerated > 0 || walk.statistics.removed > 0) {
+    const bool complete = PrepareStore(walk) && (Prepare(walk), walk.walked) && ReadFiles(walk);
+    if (ChangesCatalogue(walk)) {
         const vexa::StepGate::Pass pass(*m_gate);
         SumCatalogue(walk.statistics);
     }
@@ -274,6 +298,7 @@ void DependencyScanner::Scan() {
 bool DependencyScanner::ReadFiles(ScanWalk& walk) {
     vexa::vxdependency::StoreBatch batch(&Store());
     const vexa::KnownFiles::Use known(walk.known);
+    if (walk.isFirst && walk.files.Size() > 0 && !FillStore(walk)) return Stop(walk);
     CDependencyManager::GetSingletonPtr()->Invalidate(walk.affected);
     walk.ahead = std::make_unique<ReadAhead>(walk.known, *m_gate);
     // Now, while the log is still small: at the end its memory would add to the peak.
@@ -281,7 +306,8 @@ bool DependencyScanner::ReadFiles(ScanWalk& walk) {
     bool complete = ScanBuckets(walk);
     walk.ahead.reset();
     complete = complete && Finish(walk);
-    if (complete && walk.newFiles) WarnOfCollisions(collisions.get());
+    const CollidingPairs pairs = collisions.get();
+    if (complete && !pairs.empty()) WarnOfCollisions(pairs.size(), pairs.front());
     if (!batch.End()) {
         walk.statistics.error = Store().GetWriteError();
         complete = false;
@@ -289,58 +315,128 @@ bool DependencyScanner::ReadFiles(ScanWalk& walk) {
     return complete;
 }
 
+// Empties the store when what it holds is of no use; false when that could not be done.
+bool DependencyScanner::PrepareStore(ScanWalk& walk) {
+    const vexa::StepGate::Pass pass(*m_gate);
+    bool dropped = false;
+    if (!Store().DropHalfFill(dropped)) return Stop(walk);
+    if (dropped) Log(0, "The first scan of the store was cut off: every file is read again.");
+    ForgetWhatOtherRulesFound();
+    return true;
+}
+
 void DependencyScanner::Prepare(ScanWalk& walk) {
     const vexa::StepGate::Pass pass(*m_gate);
-    ForgetWhatOtherRulesFound();
     // What an earlier scan found out of its files no longer counts.
-    for (auto& [extension, bucket] : m_buckets) {
-        for (FileInfoData& record : bucket) record.change = FileInfoData::Change::Unknown;
+    for (const auto& files : m_walks) {
+        for (FileTable::Number i = 0; i < files->Size(); ++i) {
+            files->SetChange(i, FileChange::Unknown);
+        }
     }
     const auto goOn = [this] { return m_running.load(); };
-    for (const std::string& root : m_roots) GetAllFiles(*WalkFolder(root, goOn), walk);
+    for (const std::string& root : m_roots) {
+        const auto tree = WalkFolder(root, goOn);
+        Amount amount;
+        Count(*tree, amount);
+        walk.files.Reserve(amount.files, amount.bytes);
+        GetAllFiles(*tree, walk);
+    }
     walk.walked = m_running;
-    walk.statistics.files = static_cast<std::int64_t>(walk.met.size());
-    if (walk.walked) CompareWithCatalogue(walk);
+    walk.statistics.files = static_cast<std::int64_t>(walk.files.Size());
+    if (walk.walked) CompareWithStore(walk);
     walk.affected =
         CDependencyManager::GetSingletonPtr()->FilesAffected(walk.changed, walk.vanished);
     MarkForReading(walk, walk.affected);
+    if (walk.walked) KnowFiles(walk);
     walk.step = m_fileCount / 10;
     walk.threshold = walk.step;
 }
 
-bool DependencyScanner::ScanBuckets(ScanWalk& walk) {
+// The buckets in the order in which their files are read.
+std::vector<const DependencyScanner::Bucket*> DependencyScanner::BucketsInOrder() const {
+    std::vector<const Bucket*> buckets;
     for (const std::string& suffix : kSuffixOrder) {
-        if (m_buckets.count(suffix) != 0 && !ScanBucket(suffix, walk)) return false;
+        const auto found = m_buckets.find(suffix);
+        if (found != m_buckets.end()) buckets.push_back(&found->second);
     }
     for (const auto& [extension, bucket] : m_buckets) {
         const bool done =
             std::find(kSuffixOrder.begin(), kSuffixOrder.end(), extension) != kSuffixOrder.end();
-        if (!done && !ScanBucket(extension, walk)) return false;
+        if (!done) buckets.push_back(&bucket);
+    }
+    return buckets;
+}
+
+// Reads the whole tree into a store that knows nothing of it. What that leaves out, as after a
+// rename, is read file by file afterwards. False when the store could not take it.
+bool DependencyScanner::FillStore(ScanWalk& walk) {
+    std::vector<FirstReading::Item> items;
+    items.reserve(walk.files.Size());
+    for (const Bucket* const bucket : BucketsInOrder()) {
+        for (const Record& record : bucket->records) {
+            if (&FilesOf(record) == &walk.files) items.push_back({record.file, bucket->isRead});
+        }
+    }
+    StoreFill fill(walk.files, AbsolutePath(""));
+    if (!Store().OpenFill(fill)) return false;
+    FirstReading reading(walk.files, walk.known, fill, std::move(items), walk.renames, *m_gate);
+    bool lost = false;  // which the store tells once
+    const auto progress = [&](std::int64_t processed) {
+        walk.processed = static_cast<std::int32_t>(processed);
+        ShowProgress(walk);
+        m_elapsed = static_cast<std::int32_t>((vexa::os::WallClockMs() - walk.startMs) / 1000);
+        walk.statistics.regenerated = reading.FilesRead();
+        Publish(walk);
+        lost = lost || !Store().BatchCheckpoint();
+        return !lost;
+    };
+    reading.Run([this] { return m_running.load(); }, progress,
+                [this](std::string_view key) { TellWaitingFile(key); });
+    walk.statistics.regenerated = reading.FilesRead();
+    const bool closed = Store().CloseFill();
+    if (fill.SharedRecords() > 0) WarnOfCollisions(fill.SharedRecords(), fill.FirstShared());
+    return closed && !lost;
+}
+
+bool DependencyScanner::ScanBuckets(ScanWalk& walk) {
+    return std::ranges::all_of(BucketsInOrder(),
+                               [&](const Bucket* bucket) { return ScanBucket(*bucket, walk); });
+}
+
+bool DependencyScanner::ScanBucket(const Bucket& bucket, ScanWalk& walk) {
+    const std::vector<Record>& records = bucket.records;
+    std::size_t expected = 0;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        for (; bucket.isRead && expected < std::min(i + ReadAhead::kWindow, records.size());
+             ++expected) {
+            const Record& next = records[expected];
+            if (FilesOf(next).Change(next.file) == FileChange::Changed) {
+                walk.ahead->Expect(std::string(FilesOf(next).KeyOf(next.file)));
+            }
+        }
+        // All that is left to read is on its way. Written now, while workers read it, what is
+        // logged does not have to be written when they have nothing left to do.
+        if (i + ReadAhead::kWindow == records.size() && !Store().FlushBatch()) return Stop(walk);
+        if (!ScanRecord(records[i], bucket.isRead, walk)) return false;
     }
     return true;
 }
 
-bool DependencyScanner::ScanBucket(const std::string& extension, ScanWalk& walk) {
-    const std::vector<FileInfoData>& bucket = m_buckets.at(extension);
-    if (bucket.empty()) return true;
-    const bool isRead =
-        CDependencyManager::GetSingletonPtr()->HasDependencyGenerator(bucket.front().path);
-    std::size_t expected = 0;
-    for (std::size_t i = 0; i < bucket.size(); ++i) {
-        const FileInfoData& record = bucket[i];
-        for (; isRead && expected < std::min(i + ReadAhead::kWindow, bucket.size()); ++expected) {
-            const FileInfoData& next = bucket[expected];
-            if (next.change == FileInfoData::Change::Changed) walk.ahead->Expect(KeyOf(next.path));
-        }
-        // All that is left to read is on its way. Written now, while workers read it, what is
-        // logged does not have to be written when they have nothing left to do.
-        if (i + ReadAhead::kWindow == bucket.size() && !Store().FlushBatch()) return Stop(walk);
-        ++walk.processed;
-        const vexa::StepGate::Pass pass(*m_gate);
-        if (!ScanFile(record, walk)) return false;
-        if (!Store().BatchCheckpoint()) return Stop(walk);
+// One step of the scan; false ends it.
+bool DependencyScanner::ScanRecord(const Record& record, bool isRead, ScanWalk& walk) {
+    const FileTable& files = FilesOf(record);
+    const FileChange change = files.Change(record.file);
+    if (change == FileChange::Stored) return m_running;  // it has been counted
+    ++walk.processed;
+    if (change == FileChange::None) {
+        // Most files of most scans.
+        ShowProgress(walk);
+        if (isRead && m_isWaited) TellWaitingFile(files.KeyOf(record.file));
+        return m_running;
     }
-    return true;
+    const vexa::StepGate::Pass pass(*m_gate);
+    if (!ScanFile(record, isRead, walk)) return false;
+    return Store().BatchCheckpoint() || Stop(walk);
 }
 
 // Ends a scan whose work the store could not take.
@@ -350,76 +446,87 @@ bool DependencyScanner::Stop(ScanWalk& walk) {
 }
 
 void DependencyScanner::ShowProgress(ScanWalk& walk) {
-    if (walk.processed == walk.threshold) {
+    for (; walk.step > 0 && walk.processed >= walk.threshold; walk.threshold += walk.step) {
         const std::int64_t percent = (std::int64_t{walk.threshold} + 1) * 100 / m_fileCount;
         Log(0, "Resource Dependency Scanning Progress %d %% .", static_cast<int>(percent));
-        walk.threshold += walk.step;
     }
     m_progress = static_cast<std::int32_t>(std::int64_t{walk.processed} * 100 / m_fileCount);
 }
 
 // A rename has taken the file elsewhere, and has seen to its records.
-bool DependencyScanner::HasMoved(const FileInfoData& record, const ScanWalk& walk) {
+bool DependencyScanner::HasMoved(const std::string& key, const ScanWalk& walk) {
     return CDependencyManager::CountRenames() != walk.renames &&
-           !vexa::os::StateOfPath(WithSlashes(record.path)).exists;
+           !vexa::os::StateOfPath(AbsolutePath(key)).exists;
 }
 
-bool DependencyScanner::ScanFile(FileInfoData record, ScanWalk& walk) {
+bool DependencyScanner::ScanFile(const Record& record, bool isRead, ScanWalk& walk) {
     ShowProgress(walk);
-    if (HasMoved(record, walk)) return m_running;
-    if (!CDependencyManager::GetSingletonPtr()->HasDependencyGenerator(record.path)) {
+    const FileTable& files = FilesOf(record);
+    const std::string key(files.KeyOf(record.file));
+    if (HasMoved(key, walk)) return m_running;
+    if (!isRead) {
         // No list is made of it, but that it is there, and since when, is known.
-        if (record.change == FileInfoData::Change::Changed) {
-            Store().SetFile(KeyOf(record.path), {record.writeTimeNs, record.size, 0, false});
+        if (files.Change(record.file) == FileChange::Changed) {
+            Store().SetFile(key,
+                            {files.WriteTimeNs(record.file), files.SizeOf(record.file), 0, false});
         }
         return true;
     }
-    if (NeedsReading(record)) ReadFile(record, walk);
-    TellWaitingFile(record);
+    if (NeedsReading(record, key)) ReadFile(record, key, walk);
+    TellWaitingFile(key);
     if (!m_running) return false;
     m_elapsed = static_cast<std::int32_t>((vexa::os::WallClockMs() - walk.startMs) / 1000);
     return true;
 }
 
-bool DependencyScanner::NeedsReading(const FileInfoData& record) {
+bool DependencyScanner::NeedsReading(const Record& record, const std::string& key) {
+    const FileTable& files = FilesOf(record);
     // The store's reader converts no separators; stamps are kept under the "/" form.
     std::int64_t stored = std::numeric_limits<std::int64_t>::min();
-    Store().GetTimeStamp(WithSlashes(record.path), stored);
-    if (stored != record.timestamp) return true;
-    if (record.change != FileInfoData::Change::Changed) return false;
+    Store().GetTimeStamp(AbsolutePath(key), stored);
+    if (stored != files.WriteTime(record.file)) return true;
+    if (files.Change(record.file) != FileChange::Changed) return false;
     // It had changed when the walk met it; a query may have read it since.
     CatalogueEntry entry;
-    return !Store().FindFile(KeyOf(record.path), entry) ||
-           entry.writeTimeNs != record.writeTimeNs || entry.size != record.size;
+    return !Store().FindFile(key, entry) || entry.writeTimeNs != files.WriteTimeNs(record.file) ||
+           entry.size != files.SizeOf(record.file);
 }
 
-void DependencyScanner::ReadFile(const FileInfoData& record, ScanWalk& walk) {
-    const std::string relative = KeyOf(record.path);
-    const vexa::FileLook look{record.timestamp, {true, false, record.writeTimeNs, record.size}};
+void DependencyScanner::ReadFile(const Record& record, const std::string& key, ScanWalk& walk) {
+    const FileTable& files = FilesOf(record);
+    const vexa::FileLook look{
+        files.WriteTime(record.file),
+        {true, false, files.WriteTimeNs(record.file), files.SizeOf(record.file)}};
     // A record of an earlier scan tells nothing of the file as it is now.
-    const bool current = record.change != FileInfoData::Change::Unknown;
-    const bool expected = record.change == FileInfoData::Change::Changed;
-    std::unique_ptr<vexa::FileReading> ahead = expected ? walk.ahead->Take(relative) : nullptr;
+    const bool current = files.Change(record.file) != FileChange::Unknown;
+    const bool expected = files.Change(record.file) == FileChange::Changed;
+    std::unique_ptr<vexa::FileReading> ahead = expected ? walk.ahead->Take(key) : nullptr;
     const std::lock_guard lock(vexa::ManagerMutex());
     // Since a rename, neither what the walk met nor what was read ahead is sure to be true.
     static const vexa::KnownFiles kNothingKnown(vexa::KnownFiles::Answer::AskDisk);
     const bool overtaken = CDependencyManager::CountRenames() != walk.renames;
     const vexa::KnownFiles::Use use(overtaken ? kNothingKnown : walk.known);
     if (overtaken) ahead.reset();
+    CatalogueEntry before;
+    Store().FindFile(key, before);
     const vexa::GenerationResult result = CDependencyManager::GetSingletonPtr()->Regenerate(
-        relative, "", current && !overtaken ? &look : nullptr, std::move(ahead));
+        key, "", current && !overtaken ? &look : nullptr, std::move(ahead));
     if (!result.dependencies.empty() && !result.preliminary)
-        Store().SetTimeStamp(record.path, record.timestamp);
-    if (result.generated) ++walk.statistics.regenerated;
+        Store().SetTimeStamp(AbsolutePath(key), look.seconds);
+    if (result.generated) {
+        ++walk.statistics.regenerated;
+        ChangeFigures(
+            walk.statistics, before,
+            {0, 0, static_cast<std::uint32_t>(result.dependencies.size()), result.failed});
+    }
     Publish(walk);
 }
 
-void DependencyScanner::TellWaitingFile(FileInfoData& record) {
+void DependencyScanner::TellWaitingFile(std::string_view key) {
+    if (!m_isWaited) return;
     const std::lock_guard lock(m_guard);
-    if (m_waitingFile.empty()) return;
     m_waitingFile = WithSlashes(m_waitingFile);
-    record.path = WithSlashes(record.path);
-    if (record.path != m_waitingFile) return;
+    if (AbsolutePath(key) != m_waitingFile) return;
     vexa::vxThread<0>::Handle.post([] {
         CDependencyManager::GetSingleton().Emit<CDependencyManager::WaitingFileScanFinished>();
     });

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -21,11 +22,13 @@ class IHeartbeat;
 class StepGate;
 }  // namespace vexa
 
+class FileTable;
 class RescanPlan;
 class StepRequests;
 class TreeUpdate;
 struct AppliedChange;
 struct ChangeBatch;
+struct ListedEntry;
 struct ListedFolder;
 struct ScanWalk;
 
@@ -124,6 +127,16 @@ public:
     vexa::StepGate& Gate() { return *m_gate; }
 
 private:
+    // A file that a walk met: the walk, and its number there.
+    struct Record {
+        std::uint32_t walk;
+        std::uint32_t file;
+    };
+    struct Bucket {
+        std::vector<Record> records;
+        bool isRead = false;  // files of this extension have a generator
+    };
+
     static unsigned long ThreadProc(void* scanner);
     void ProcessChanges(std::vector<vexa::vxio::DirectoryChangeParam>& changes);
     bool ArmWatcher();
@@ -149,21 +162,27 @@ private:
     bool ReadFiles(ScanWalk& walk);
     void GetAllFiles(ListedFolder& folder, ScanWalk& walk);
     void FolderUnread(const ListedFolder& folder, ScanWalk& walk);
-    void Know(const std::string& path, unsigned attributes, ScanWalk& walk);
-    void InsertToBucket(FileInfoData info, ScanWalk& walk);
+    void MeetFile(const ListedFolder& folder, const ListedEntry& entry, ScanWalk& walk);
+    Bucket& BucketOf(const ListedFolder& folder, std::string_view name);
+    bool PrepareStore(ScanWalk& walk);
+    std::vector<const Bucket*> BucketsInOrder() const;
+    const FileTable& FilesOf(const Record& record) const { return *m_walks[record.walk]; }
+    bool FillStore(ScanWalk& walk);
     bool ScanBuckets(ScanWalk& walk);
-    bool ScanBucket(const std::string& extension, ScanWalk& walk);
+    bool ScanBucket(const Bucket& bucket, ScanWalk& walk);
+    bool ScanRecord(const Record& record, bool isRead, ScanWalk& walk);
     bool Stop(ScanWalk& walk);
-    static bool HasMoved(const FileInfoData& record, const ScanWalk& walk);
-    bool ScanFile(FileInfoData record, ScanWalk& walk);
+    static bool HasMoved(const std::string& key, const ScanWalk& walk);
+    bool ScanFile(const Record& record, bool isRead, ScanWalk& walk);
     void ShowProgress(ScanWalk& walk);
-    bool NeedsReading(const FileInfoData& record);
-    void ReadFile(const FileInfoData& record, ScanWalk& walk);
-    void TellWaitingFile(FileInfoData& record);
+    bool NeedsReading(const Record& record, const std::string& key);
+    void ReadFile(const Record& record, const std::string& key, ScanWalk& walk);
+    void TellWaitingFile(std::string_view key);
     bool Finish(ScanWalk& walk);
     void Publish(const ScanWalk& walk);
 
-    std::unordered_map<std::string, std::vector<FileInfoData>> m_buckets;
+    std::unordered_map<std::string, Bucket> m_buckets;
+    std::vector<std::unique_ptr<FileTable>> m_walks;
     std::int32_t m_fileCount = 0;
     std::unordered_set<std::string> m_roots;
     std::uintptr_t m_changeThread = 0;
@@ -181,8 +200,9 @@ private:
     mutable std::mutex m_guard;  // the four that follow
     std::function<void(bool)> m_updateUi;
     std::function<void(const AppliedChange&)> m_tellChange;
-    std::string m_waitingFile;
+    std::string m_waitingFile;  // in the "/" form, once it has been looked for
     ScanStatistics m_statistics;
+    std::atomic<bool> m_isWaited{false};  // there is a waiting file
 
     std::atomic<int> m_requested{0};  // scans asked for and not ended
     std::unique_ptr<vexa::StepGate> m_gate;

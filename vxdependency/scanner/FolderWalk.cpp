@@ -1,5 +1,6 @@
 #include "vxdependency/scanner/FolderWalk.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <cstring>
@@ -15,6 +16,33 @@ bool IsSelfOrParent(const char* name) {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
+void AddEntry(const _finddata64i32_t& data, std::intptr_t handle, ListedFolder& folder) {
+    const vexa::FileState state = vexa::os::StateOfFound(handle);
+    const std::size_t length = std::strlen(data.name);
+    folder.entries.push_back({static_cast<std::uint32_t>(folder.names.size()),
+                              static_cast<std::uint32_t>(length), data.attrib, state.writeTimeNs,
+                              state.size});
+    folder.names.append(data.name, length);
+}
+
+// Whether the keys below the folder `left` sort before `right`; a folder's name is followed by "/".
+bool StandsBefore(std::string_view left, std::string_view right, bool rightIsFolder) {
+    const std::size_t common = std::min(left.size(), right.size());
+    const int order = left.substr(0, common).compare(right.substr(0, common));
+    if (order != 0) return order < 0;
+    const auto byte = [](char c) { return static_cast<unsigned char>(c); };
+    if (left.size() < right.size()) return '/' < byte(right[common]);
+    return left.size() > right.size() && rightIsFolder && byte(left[common]) < '/';
+}
+
+void Sort(ListedFolder& folder) {
+    std::ranges::sort(folder.entries, {},
+                      [&folder](const ListedEntry& entry) { return folder.NameOf(entry); });
+    std::ranges::sort(folder.folders, [](const auto& left, const auto& right) {
+        return StandsBefore(left->Name(), right->Name(), true);
+    });
+}
+
 void List(ListedFolder& folder) {
     _finddata64i32_t data;
     const std::intptr_t handle = _findfirst64i32((folder.path + "/*.*").c_str(), &data);
@@ -28,12 +56,12 @@ void List(ListedFolder& folder) {
             folder.folders.push_back(std::make_unique<ListedFolder>());
             folder.folders.back()->path = folder.path + "\\" + data.name;
         } else {
-            folder.entries.push_back(
-                {data.name, data.attrib, data.time_write, vexa::os::StateOfFound(handle)});
+            AddEntry(data, handle, folder);
         }
     } while (_findnext64i32(handle, &data) == 0);
     if (errno != ENOENT) folder.error = errno;
     _findclose(handle);
+    Sort(folder);
 }
 
 // A thread that ended here would have the others wait for it for ever.
@@ -81,6 +109,23 @@ private:
 };
 
 }  // namespace
+
+std::string_view ListedFolder::Name() const {
+    return std::string_view(path).substr(path.rfind('\\') + 1);
+}
+
+void ListedFolder::InKeyOrder(const std::function<void(const ListedEntry&)>& onEntry,
+                              const std::function<void(ListedFolder&)>& onFolder) {
+    auto below = folders.begin();
+    for (const ListedEntry& entry : entries) {
+        for (; below != folders.end() && StandsBefore((*below)->Name(), NameOf(entry), false);
+             ++below) {
+            onFolder(**below);
+        }
+        onEntry(entry);
+    }
+    for (; below != folders.end(); ++below) onFolder(**below);
+}
 
 std::unique_ptr<ListedFolder> WalkFolder(const std::string& path,
                                          const std::function<bool()>& goOn) {

@@ -4,25 +4,36 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
-
-#include "vexa/common/FileService.h"
 
 // One entry of a folder that was listed.
 struct ListedEntry {
-    std::string name;
-    unsigned attributes = 0;
-    std::int64_t writeTime = 0;  // seconds since 1970-01-01 UTC
-    vexa::FileState state;
+    std::uint32_t nameAt = 0;  // in the names of its folder
+    std::uint32_t nameLength = 0;
+    std::uint32_t attributes = 0;
+    std::int64_t writeTimeNs = 0;  // last write, nanoseconds since 1970-01-01 UTC
+    std::uint64_t size = 0;        // bytes
 };
 
 // A folder as a walk found it. Those below it that were descended into stand in `folders`, all
-// other entries in `entries`, both in the order of the search.
+// other entries in `entries`, both in the byte order of the keys that they have or begin: a folder
+// stands where its name and "/" do.
 struct ListedFolder {
-    std::string path;  // as built by the walk: "\" between a folder and an entry
+    std::string path;   // as built by the walk: "\" between a folder and an entry
+    std::string names;  // of the entries, one behind the other: a tree has millions of them
     std::vector<ListedEntry> entries;
     std::vector<std::unique_ptr<ListedFolder>> folders;
     int error = 0;  // errno when it could not be listed to its end
+
+    std::string_view NameOf(const ListedEntry& entry) const {
+        return std::string_view(names).substr(entry.nameAt, entry.nameLength);
+    }
+    // The last part of the path.
+    std::string_view Name() const;
+    // Visits entries and folders as one sequence, in the byte order of the keys.
+    void InKeyOrder(const std::function<void(const ListedEntry&)>& onEntry,
+                    const std::function<void(ListedFolder&)>& onFolder);
 };
 
 // Lists a folder and all below it, on the calling thread and on a worker of the job system: what a

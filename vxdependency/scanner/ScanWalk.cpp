@@ -1,6 +1,7 @@
 #include "vxdependency/scanner/ScanWalk.h"
 
 #include <algorithm>
+#include <future>
 #include <string_view>
 
 #include "vexa/common/InterfaceBox.h"
@@ -8,40 +9,18 @@
 
 using vexa::vxdependency::CatalogueEntry;
 using vexa::vxdependency::GeneralDependency;
+using Number = FileTable::Number;
 
 namespace {
 
-// The walked path after the root and its separator: the key, but for its separators.
-std::string_view BelowRoot(const FileInfoData& record, std::size_t rootLength) {
-    return std::string_view(record.path).substr(rootLength + 1);
-}
+// Files have a dozen references with two or three readings each, and a look at the disk costs as
+// much as entering ten files into a table.
+constexpr std::size_t kFilesPerLook = 500;
 
-unsigned char AsInKey(char c) {
-    return static_cast<unsigned char>(c == '\\' ? '/' : c);
-}
-
-std::string AsKey(std::string_view walked) {
-    std::string key(walked);
-    std::ranges::replace(key, '\\', '/');
-    return key;
-}
-
-// Orders a walked path and a key as the catalogue orders keys, without making a string.
-int CompareToKey(std::string_view walked, std::string_view key) {
-    const std::size_t common = std::min(walked.size(), key.size());
-    for (std::size_t i = 0; i < common; ++i) {
-        const unsigned char a = AsInKey(walked[i]);
-        const unsigned char b = AsInKey(key[i]);
-        if (a != b) return a < b ? -1 : 1;
-    }
-    if (walked.size() == key.size()) return 0;
-    return walked.size() < key.size() ? -1 : 1;
-}
-
-void Add(ScanStatistics& statistics, const CatalogueEntry& entry) {
-    statistics.references += entry.references;
-    if (entry.references > 0) ++statistics.referrers;
-    if (entry.failed) ++statistics.failed;
+void Add(ScanStatistics& statistics, const CatalogueEntry& entry, int times = 1) {
+    statistics.references += std::int64_t{times} * entry.references;
+    if (entry.references > 0) statistics.referrers += times;
+    if (entry.failed) statistics.failed += times;
 }
 
 bool IsBelow(std::string_view key, const std::vector<std::string>& folders) {
@@ -51,11 +30,7 @@ bool IsBelow(std::string_view key, const std::vector<std::string>& folders) {
     });
 }
 
-bool SameState(const FileInfoData& record, const CatalogueEntry& entry) {
-    return record.writeTimeNs == entry.writeTimeNs && record.size == entry.size;
-}
-
-// A new store: nothing to compare with, and no need to put what was met in order.
+// A new store: nothing to compare with.
 bool IsCatalogueEmpty() {
     bool empty = true;
     return GeneralDependency::Instance()->ForEachFile(
@@ -63,62 +38,126 @@ bool IsCatalogueEmpty() {
            empty;
 }
 
+// The two sequences of keys side by side.
+class Comparison {
+public:
+    explicit Comparison(ScanWalk& walk) : m_walk(walk) {}
+
+    void Visit(std::string_view key, const CatalogueEntry& entry) {
+        Add(m_walk.statistics, entry);
+        int order = -1;
+        while (m_next < m_walk.files.Size() &&
+               (order = m_walk.files.KeyOf(m_next).compare(key)) < 0) {
+            AddNew();
+        }
+        if (m_next == m_walk.files.Size() || order != 0) {
+            if (!IsBelow(key, m_walk.unreadable)) m_walk.vanished.emplace_back(key);
+            return;
+        }
+        const bool same = m_walk.files.WriteTimeNs(m_next) == entry.writeTimeNs &&
+                          m_walk.files.SizeOf(m_next) == entry.size;
+        same ? m_walk.files.SetChange(m_next, FileChange::None) : MarkChanged();
+        ++m_next;
+    }
+
+    void End() {
+        while (m_next < m_walk.files.Size()) AddNew();
+    }
+
+private:
+    void MarkChanged() {
+        m_walk.files.SetChange(m_next, FileChange::Changed);
+        m_walk.changed.emplace_back(m_walk.files.KeyOf(m_next));
+    }
+    void AddNew() {
+        m_walk.newFiles = true;
+        MarkChanged();
+        ++m_next;
+    }
+
+    ScanWalk& m_walk;
+    Number m_next = 0;
+};
+
+// The files that are read and whose time stamp is another, or none.
+std::vector<Number> WithOtherStamp(const FileTable& files) {
+    std::vector<Number> asked;
+    for (Number i = 0; i < files.Size(); ++i) {
+        if (files.IsRead(i)) asked.push_back(i);
+    }
+    std::vector<bool> same(asked.size());
+    std::string path = vexa::InterfaceBox::Instance().GetResourceRoot() + '/';
+    const std::size_t root = path.size();
+    GeneralDependency::Instance()->GetTimeStamps(
+        asked.size(),
+        [&](std::size_t i) {
+            path.resize(root);
+            return std::string_view(path += files.KeyOf(asked[i]));
+        },
+        [&](std::size_t i, std::int64_t stamp) { same[i] = stamp == files.WriteTime(asked[i]); });
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < asked.size(); ++i) {
+        if (!same[i]) asked[kept++] = asked[i];
+    }
+    asked.resize(kept);
+    return asked;
+}
+
 }  // namespace
 
-void CompareWithCatalogue(ScanWalk& walk) {
+void CompareWithStore(ScanWalk& walk) {
     if (IsCatalogueEmpty()) {
-        for (const ScanWalk::Met& met : walk.met) met.Get().change = FileInfoData::Change::Changed;
-        walk.newFiles = !walk.met.empty();
+        for (Number i = 0; i < walk.files.Size(); ++i) {
+            walk.files.SetChange(i, FileChange::Changed);
+        }
+        walk.isFirst = true;
         return;
     }
-    const std::size_t rootLength = vexa::InterfaceBox::Instance().GetResourceRoot().size();
-    std::sort(walk.met.begin(), walk.met.end(),
-              [rootLength](const ScanWalk::Met& a, const ScanWalk::Met& b) {
-                  return CompareToKey(BelowRoot(a.Get(), rootLength),
-                                      BelowRoot(b.Get(), rootLength)) < 0;
-              });
-    auto met = walk.met.begin();
-    const auto markChanged = [&](const ScanWalk::Met& record) {
-        record.Get().change = FileInfoData::Change::Changed;
-        walk.changed.push_back(AsKey(BelowRoot(record.Get(), rootLength)));
-    };
-    const auto skipUnknown = [&](const auto& comesBefore) {
-        while (met != walk.met.end() && comesBefore(BelowRoot(met->Get(), rootLength))) {
-            walk.newFiles = true;
-            markChanged(*met++);
-        }
-    };
-    const auto visit = [&](std::string_view key, const CatalogueEntry& entry) {
-        Add(walk.statistics, entry);
-        skipUnknown([key](std::string_view path) { return CompareToKey(path, key) < 0; });
-        if (met == walk.met.end() || CompareToKey(BelowRoot(met->Get(), rootLength), key) != 0) {
-            if (!IsBelow(key, walk.unreadable)) walk.vanished.emplace_back(key);
+    auto otherStamp = std::async(WithOtherStamp, std::cref(walk.files));
+    Comparison comparison(walk);
+    GeneralDependency::Instance()->ForEachFile(
+        "", [&comparison](std::string_view key, const CatalogueEntry& entry) {
+            comparison.Visit(key, entry);
             return true;
-        }
-        if (SameState(met->Get(), entry)) {
-            met->Get().change = FileInfoData::Change::None;
-        } else {
-            markChanged(*met);
-        }
-        ++met;
-        return true;
-    };
-    GeneralDependency::Instance()->ForEachFile("", visit);
-    skipUnknown([](std::string_view) { return true; });
+        });
+    comparison.End();
+    for (const Number file : otherStamp.get()) walk.files.SetChange(file, FileChange::Changed);
 }
 
 void MarkForReading(ScanWalk& walk, const std::vector<std::string>& keys) {
-    const std::size_t rootLength = vexa::InterfaceBox::Instance().GetResourceRoot().size();
-    const auto compare = [rootLength](const ScanWalk::Met& met, const std::string& key) {
-        return CompareToKey(BelowRoot(met.Get(), rootLength), key);
-    };
     for (const std::string& key : keys) {
-        const auto met = std::lower_bound(
-            walk.met.begin(), walk.met.end(), key,
-            [&](const ScanWalk::Met& record, const auto& k) { return compare(record, k) < 0; });
-        if (met == walk.met.end() || compare(*met, key) != 0) continue;
-        met->Get().change = FileInfoData::Change::Changed;
+        const Number found = walk.files.Find(key);
+        if (found < walk.files.Size()) walk.files.SetChange(found, FileChange::Changed);
     }
+}
+
+void KnowFiles(ScanWalk& walk) {
+    std::size_t changed = 0;
+    for (Number i = 0; i < walk.files.Size(); ++i) {
+        if (walk.files.Change(i) == FileChange::Changed) ++changed;
+    }
+    if (changed < walk.files.Size() / kFilesPerLook) {
+        walk.known = vexa::KnownFiles(vexa::KnownFiles::Answer::AskDisk);
+        return;
+    }
+    walk.known.Reserve(walk.files.Size());
+    for (const std::string& key : walk.elsewhere) walk.known.AddUnknown(key);
+    for (const std::string& key : walk.unreadable) walk.known.AddUnknown(key);
+    const auto& elsewhere = walk.elsewhere;  // in order, as they were met
+    for (Number i = 0; i < walk.files.Size(); ++i) {
+        const std::string_view key = walk.files.KeyOf(i);
+        if (!std::ranges::binary_search(elsewhere, key)) walk.known.Add(key, i);
+    }
+}
+
+bool ChangesCatalogue(const ScanWalk& walk) {
+    return walk.isFirst || walk.newFiles || !walk.changed.empty() || !walk.vanished.empty();
+}
+
+void ChangeFigures(ScanStatistics& statistics, const CatalogueEntry& before,
+                   const CatalogueEntry& after) {
+    Add(statistics, before, -1);
+    Add(statistics, after);
 }
 
 void SumCatalogue(ScanStatistics& statistics) {

@@ -67,13 +67,12 @@ bool IsLinkInStep(const std::string& key) {
 // Whether the store has read the file as it is. A stamp that was taken away says that it has not,
 // though the file did not change.
 bool IsUpToDate(const std::string& key, const ListedEntry& entry, const CatalogueEntry& known) {
-    if (known.writeTimeNs != entry.state.writeTimeNs || known.size != entry.state.size)
-        return false;
+    if (known.writeTimeNs != entry.writeTimeNs || known.size != entry.size) return false;
     if (entry.attributes & FILE_ATTRIBUTE_REPARSE_POINT && !IsLinkInStep(key)) return false;
     if (!Manager().HasDependencyGenerator(key)) return true;
     std::int64_t stamp = std::numeric_limits<std::int64_t>::min();
     Store().GetTimeStamp(PathOf(key), stamp);
-    return stamp == entry.writeTime;
+    return stamp == WholeSeconds(entry.writeTimeNs);
 }
 
 void DropBelow(const std::string& folder, Files& files) {
@@ -127,8 +126,9 @@ void TreeUpdate::LookBelow(const std::string& key, Below below) {
     const auto tree = WalkFolder(PathOf(key), [] { return true; });
     ForEachFolder(*tree, key, [&](const ListedFolder& folder, const std::string& folderKey) {
         for (const ListedEntry& entry : folder.entries) {
-            if (entry.name.find('\\') != std::string::npos) continue;
-            const std::string file = ::Below(folderKey, entry.name);
+            const std::string name(folder.NameOf(entry));
+            if (name.find('\\') != std::string::npos) continue;
+            const std::string file = ::Below(folderKey, name);
             const auto found = known.find(file);
             const bool differs = found == known.end() || !IsUpToDate(file, entry, found->second);
             if (below == Below::Everything || differs) Read(file);

@@ -10,8 +10,10 @@ namespace {
 
 constexpr std::size_t kLongList = 16384;
 
-std::string RecordText(const std::string& key, Direction direction) {
-    return direction == Direction::Forward ? key : InverseText(key);
+std::string RecordText(std::string_view key, Direction direction) {
+    std::string text(key);
+    if (direction == Direction::Inverse) text += '#';
+    return text;
 }
 
 void ReportFailure(const VXDatabase& database) {
@@ -19,6 +21,9 @@ void ReportFailure(const VXDatabase& database) {
 }
 
 }  // namespace
+
+ListRecord::ListRecord(std::string_view listKey, Direction listDirection)
+    : ListRecord(listKey, listDirection, IdOf(RecordText(listKey, listDirection))) {}
 
 EdgeReader::EdgeReader(VXDatabase& database) : m_database(database), m_transaction(database) {
     if (m_transaction == nullptr) ReportFailure(database);
@@ -41,37 +46,55 @@ void EdgeReader::ForEachFile(const std::function<void(std::string_view)>& visit)
     }
 }
 
-std::string EdgeReader::ListOf(const std::string& key, Direction direction) const {
-    const std::string text = RecordText(key, direction);
-    std::string value;
-    const int status = ReadRecord(m_database, IdOf(text), value, m_transaction);
-    if (status == 0) return ListText(std::move(value), {IdOf(text), text});
+void EdgeReader::VisitList(const ListRecord& record,
+                           const std::function<void(std::string_view)>& read) const {
+    const auto readList = [&](std::string_view value) {
+        if (EntryList::IsList(value)) return read(value);
+        const std::string text = RecordText(record.key, record.direction);
+        ListText(std::string(value), {record.id, text});  // which says so
+    };
+    const int status = VisitRecord(m_database, record.id, readList, m_transaction);
     if (status == VXDatabase::kFailed && m_transaction != nullptr) ReportFailure(m_database);
-    return {};
 }
 
 std::vector<std::string> EdgeReader::EdgesOf(const std::string& key, Direction direction) {
     std::vector<std::string> ends;
-    EntryList::Split(ListOf(key, direction), ends);
-    std::sort(ends.begin(), ends.end());
-    ends.erase(std::unique(ends.begin(), ends.end()), ends.end());
-    const Direction back = Opposite(direction);
-    const auto unconfirmed = [&](const std::string& end) { return !Confirms(end, back, key); };
-    ends.erase(std::remove_if(ends.begin(), ends.end(), unconfirmed), ends.end());
+    VisitList({key, direction},
+              [&](std::string_view list) { ends = ConfirmedOf(list, key, Opposite(direction)); });
     return ends;
 }
 
+// The entries of a list whose own lists hold `key`, sorted. They are asked in the order of the
+// table: then what is looked at lies side by side.
+std::vector<std::string> EdgeReader::ConfirmedOf(std::string_view list, std::string_view key,
+                                                 Direction back) {
+    std::vector<ListRecord> ends;
+    ends.reserve(static_cast<std::size_t>(std::ranges::count(list, '#')));
+    for (std::size_t end; (end = list.find('#')) != list.npos; list.remove_prefix(end + 1))
+        ends.emplace_back(list.substr(0, end), back);
+    std::ranges::sort(ends, StandsBefore, &ListRecord::id);
+    std::erase_if(ends, [&](const ListRecord& end) { return !Confirms(end, key); });
+    std::ranges::sort(ends, {}, &ListRecord::key);
+    const auto repeated = std::ranges::unique(ends, {}, &ListRecord::key);
+    ends.erase(repeated.begin(), repeated.end());
+    std::vector<std::string> confirmed;
+    confirmed.reserve(ends.size());
+    for (const ListRecord& end : ends) confirmed.emplace_back(end.key);
+    return confirmed;
+}
+
 // Whether a list holds an entry.
-bool EdgeReader::Confirms(const std::string& key, Direction direction, std::string_view entry) {
-    if (!m_longLists.empty()) {
-        const auto known = m_longLists.find(RecordText(key, direction));
-        if (known != m_longLists.end()) return known->second.Contains(entry);
-    }
-    std::string list = ListOf(key, direction);
-    if (list.size() < kLongList) return EntryList::Find(list, entry) != EntryList::npos;
-    EntryList& kept =
-        m_longLists.emplace(RecordText(key, direction), EntryList(std::move(list))).first->second;
-    return kept.Contains(entry);
+bool EdgeReader::Confirms(const ListRecord& record, std::string_view entry) {
+    const auto known = m_longLists.find(record.id);
+    if (known != m_longLists.end()) return known->second.Contains(entry);
+    bool confirms = false;
+    VisitList(record, [&](std::string_view list) {
+        confirms = list.size() < kLongList
+                       ? EntryList::Find(list, entry) != EntryList::npos
+                       : m_longLists.emplace(record.id, EntryList(std::string(list)))
+                             .first->second.Contains(entry);
+    });
+    return confirms;
 }
 
 }  // namespace vexa::vxdependency

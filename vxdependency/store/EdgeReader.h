@@ -15,6 +15,17 @@ namespace vexa::vxdependency {
 
 Direction Opposite(Direction direction);
 
+// The record of a list.
+struct ListRecord {
+    ListRecord(std::string_view listKey, Direction listDirection);
+    ListRecord(std::string_view listKey, Direction listDirection, RecordId listId)
+        : key(listKey), direction(listDirection), id(listId) {}
+
+    std::string_view key;  // must outlive the object
+    Direction direction;
+    RecordId id;
+};
+
 // Reads lists and confirmed edges of one state of the store.
 class EdgeReader {
 public:
@@ -24,20 +35,22 @@ public:
     // Calls `visit` with the key of every file of the catalogue.
     void ForEachFile(const std::function<void(std::string_view)>& visit) const;
 
-    // The text of a list; empty when there is none.
-    std::string ListOf(const std::string& key, Direction direction) const;
+    // Calls `read` with the text of a list where it lies, unless there is none.
+    void VisitList(const ListRecord& record,
+                   const std::function<void(std::string_view)>& read) const;
 
     // The other ends of the edges of `key`, sorted.
     std::vector<std::string> EdgesOf(const std::string& key, Direction direction);
 
 private:
-    bool Confirms(const std::string& key, Direction direction, std::string_view entry);
+    std::vector<std::string> ConfirmedOf(std::string_view list, std::string_view key,
+                                         Direction back);
+    bool Confirms(const ListRecord& record, std::string_view entry);
 
     VXDatabase& m_database;
     ReadTransaction m_transaction;
-    // Long lists by the text of their record: in a walk, thousands of nodes look into the same
-    // ones.
-    std::unordered_map<std::string, EntryList> m_longLists;
+    // Long lists by their records: in a walk, thousands of nodes look into the same ones.
+    std::unordered_map<RecordId, EntryList> m_longLists;
 };
 
 }  // namespace vexa::vxdependency

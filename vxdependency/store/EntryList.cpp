@@ -1,5 +1,6 @@
 #include "vxdependency/store/EntryList.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vexa::vxdependency {
@@ -26,6 +27,7 @@ std::size_t EntryList::Find(std::string_view text, std::string_view entry) {
 }
 
 void EntryList::Split(std::string_view text, std::vector<std::string>& out) {
+    if (out.empty()) out.reserve(static_cast<std::size_t>(std::ranges::count(text, '#')));
     for (std::size_t begin = 0, end; (end = text.find('#', begin)) != npos; begin = end + 1) {
         out.emplace_back(text.substr(begin, end - begin));
     }

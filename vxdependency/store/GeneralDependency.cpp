@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
+#include <boost/sort/spreadsort/integer_sort.hpp>
 #include <cstring>
 #include <utility>
 
 #include "vxdependency/store/EntryList.h"
+#include "vxdependency/store/FillWriter.h"
 #include "vxdependency/store/RecordTable.h"
 #include "vxdependency/store/StoreOpening.h"
 #include "vxdependency/store/WriteBatch.h"
@@ -58,6 +60,25 @@ std::vector<AwaitedId> Without(const std::vector<AwaitedId>& list,
 
 std::string_view Bytes(const std::int64_t& number) {
     return {reinterpret_cast<const char*>(&number), sizeof number};
+}
+
+// The number whose bytes these are, if they are one's.
+std::optional<std::int64_t> NumberOf(std::string_view bytes) {
+    std::int64_t number = 0;
+    if (bytes.size() != sizeof number) return std::nullopt;
+    std::memcpy(&number, bytes.data(), sizeof number);
+    return number;
+}
+
+std::optional<CatalogueEntry> EntryOf(std::string_view bytes) {
+    CatalogueEntry entry;
+    return Catalogue::Decode(bytes, entry) ? std::optional(entry) : std::nullopt;
+}
+
+// Appends the entries of the list of `text`, whose value this is.
+void Split(std::string_view value, const std::string& text, GeneralDependency::List& out) {
+    if (EntryList::IsList(value)) return EntryList::Split(value, out);
+    ListText(std::string(value), {IdOf(text), text});  // which says so
 }
 
 }  // namespace
@@ -154,10 +175,10 @@ bool GeneralDependency::EraseForward(const std::string& key) {
 }
 
 bool GeneralDependency::GetDependency(const std::string& key, List& out) {
+    if (!m_batch->HoldsOwnWork()) return Get(key, out, ReadTransaction(m_database));
     std::string value;
-    const int status = ReadText(key, value);
-    if (status == VXDatabase::kFailed) return false;
-    EntryList::Split(ListText(std::move(value), {ForwardId(key), key}), out);
+    if (m_batch->Read(IdOf(key), value) == VXDatabase::kFailed) return false;
+    Split(value, key, out);
     return true;
 }
 
@@ -173,6 +194,29 @@ bool GeneralDependency::GetAllDependency(const std::string& key, List& dependenc
     }
     const ReadTransaction transaction(m_database);
     return Get(key, dependencies, transaction) && Get(InverseText(key), dependents, transaction);
+}
+
+bool GeneralDependency::GetDependencyIf(const std::string& key, const std::string& path,
+                                        bool inverse,
+                                        const std::function<bool(const FileRecord&)>& wanted,
+                                        List& out) {
+    const std::string list = inverse ? InverseText(key) : key;
+    FileRecord record;
+    if (m_batch->HoldsOwnWork()) {
+        const auto lock = m_batch->Lock();
+        std::string value;
+        if (ReadText(StampText(path), value) == 0) record.stamp = NumberOf(value);
+        if (ReadCatalogue(Catalogue::FileRecordKey(key), value) == 0) record.entry = EntryOf(value);
+        return wanted(record) && GetDependency(list, out);
+    }
+    const ReadTransaction transaction(m_database);
+    const RecordId stamp = IdOf(StampText(path));
+    const std::string file = Catalogue::FileRecordKey(key);
+    const auto takeStamp = [&](std::string_view value) { record.stamp = NumberOf(value); };
+    const auto takeEntry = [&](std::string_view value) { record.entry = EntryOf(value); };
+    VisitRecord(m_database, stamp, takeStamp, transaction);
+    VisitCatalogueRecord(m_database, file, takeEntry, transaction);
+    return wanted(record) && Get(list, out, transaction);
 }
 
 bool GeneralDependency::RenameKey(const std::string& oldKey, const std::string& newKey) {
@@ -197,8 +241,35 @@ bool GeneralDependency::RenameValue(const std::string& key, const std::string& o
 bool GeneralDependency::GetTimeStamp(const std::string& path, std::int64_t& out) {
     std::string value;
     const int status = ReadText(StampText(path), value);
-    if (status == 0 && value.size() == sizeof out) std::memcpy(&out, value.data(), sizeof out);
+    if (status == 0) out = NumberOf(value).value_or(out);
     return status != VXDatabase::kFailed;
+}
+
+bool GeneralDependency::GetTimeStamps(std::size_t count,
+                                      const std::function<std::string_view(std::size_t)>& pathAt,
+                                      const std::function<void(std::size_t, std::int64_t)>& take) {
+    if (!FlushOwnBatch()) return false;
+    // In the order of the table: the ids are spread over all of it.
+    std::vector<std::uint64_t> order(count);
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        text.assign(pathAt(i));
+        order[i] = std::uint64_t{InTableOrder(IdOf(text += '!'))} << 32 | i;
+    }
+    boost::sort::spreadsort::integer_sort(order.begin(), order.end());
+    RecordId id = 0;
+    const auto keyAt = [&](std::size_t i) {
+        id = InTableOrder(static_cast<std::uint32_t>(order[i] >> 32));
+        return std::string_view(reinterpret_cast<const char*>(&id), sizeof id);
+    };
+    const auto takeStamp = [&](std::size_t i, std::string_view value) {
+        std::int64_t stamp = 0;
+        if (value.size() != sizeof stamp) return;
+        std::memcpy(&stamp, value.data(), sizeof stamp);
+        take(order[i] & UINT32_MAX, stamp);
+    };
+    return m_database.GetEach(DatabaseTable::Dependency, count, keyAt, takeStamp,
+                              ReadTransaction(m_database));
 }
 
 bool GeneralDependency::SetTimeStamp(const std::string& path, std::int64_t time) {
@@ -333,8 +404,28 @@ bool GeneralDependency::FlushOtherBatch() {
     return m_batch->FlushOther();
 }
 
+bool GeneralDependency::FlushOtherBatch(const std::string& key, const CatalogueEntry& state) {
+    return m_batch->FlushOther(key, state);
+}
+
 bool GeneralDependency::EndBatch() {
     return m_batch->End();
+}
+
+bool GeneralDependency::OpenFill(StoreFill& fill) {
+    return m_batch->OpenFill(fill);
+}
+
+void GeneralDependency::AddToFill(FilledFiles run) {
+    m_batch->AddToFill(std::move(run));
+}
+
+bool GeneralDependency::CloseFill() {
+    return m_batch->CloseFill();
+}
+
+bool GeneralDependency::DropHalfFill(bool& dropped) {
+    return vxdependency::DropHalfFill(m_database, dropped);
 }
 
 // Whether the calling thread's batch takes an operation. The log keeps each record's operations
@@ -389,11 +480,8 @@ bool GeneralDependency::RenameKeyInBatch(const std::string& oldKey, const std::s
 }
 
 bool GeneralDependency::Get(const std::string& key, List& out, MDB_txn* transaction) {
-    std::string value;
-    const int status = ReadRecord(m_database, ForwardId(key), value, transaction);
-    if (status == VXDatabase::kFailed) return false;
-    EntryList::Split(ListText(std::move(value), {ForwardId(key), key}), out);
-    return true;
+    const auto split = [&](std::string_view value) { Split(value, key, out); };
+    return VisitRecord(m_database, ForwardId(key), split, transaction) != VXDatabase::kFailed;
 }
 
 bool GeneralDependency::Add(const std::string& key, const List& values, MDB_txn* transaction,

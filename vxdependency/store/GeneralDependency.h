@@ -16,7 +16,9 @@
 namespace vexa::vxdependency {
 
 class EntryList;
+class StoreFill;
 class WriteBatch;
+struct FilledFiles;
 enum class RecordOperation : char;
 
 // The dependency store: which resource refers to which, the reverse, and when each was last read.
@@ -96,6 +98,16 @@ public:
     bool GetInverseDependency(const std::string& key, List& out);
     bool GetAllDependency(const std::string& key, List& dependencies, List& dependents);
 
+    // What is recorded of the reading of a file.
+    struct FileRecord {
+        std::optional<std::int64_t> stamp;
+        std::optional<CatalogueEntry> entry;
+    };
+    // Appends a list of a file, if `wanted` says so of the stamp of `path` and the catalogue entry
+    // of `key`; all of one state of the store. True when it did. `wanted` must not call the store.
+    bool GetDependencyIf(const std::string& key, const std::string& path, bool inverse,
+                         const std::function<bool(const FileRecord&)>& wanted, List& out);
+
     // Carries the forward list from one key to another, with its inverse entries. False, with
     // nothing changed, when there is none.
     bool RenameKey(const std::string& oldKey, const std::string& newKey);
@@ -106,6 +118,11 @@ public:
     // The time stamp of a path, seconds since 1970-01-01 UTC. A missing one leaves `out` as it was
     // and is true. The path is taken as it stands; the writer makes "\" to "/" first.
     bool GetTimeStamp(const std::string& path, std::int64_t& out);
+    // The same for many paths at once, of one state of the store: calls `take` for those that have
+    // one, in no order.
+    bool GetTimeStamps(std::size_t count,
+                       const std::function<std::string_view(std::size_t)>& pathAt,
+                       const std::function<void(std::size_t, std::int64_t)>& take);
     bool SetTimeStamp(const std::string& path, std::int64_t time);
     // Deletes the time stamp; true when there is none afterwards.
     bool EraseTimeStamp(const std::string& path);
@@ -151,8 +168,19 @@ public:
     // FlushBatch, unless the batch is the calling thread's own. Done before a thread reads what it
     // is about to change.
     bool FlushOtherBatch();
+    // The same for a thread that is about to change this file only, whose state on the disk this
+    // is: a fill that will be right about it need not be waited for.
+    bool FlushOtherBatch(const std::string& key, const CatalogueEntry& state);
     // Ends the batch with a flush.
     bool EndBatch();
+    // Makes a fill part of the calling thread's batch (see WriteBatch::OpenFill); any thread may
+    // add to it. Close is false when what it held was lost.
+    bool OpenFill(StoreFill& fill);
+    void AddToFill(FilledFiles run);
+    bool CloseFill();
+    // Empties the store when a process was killed while it wrote a fill; waits for one that is at
+    // it. `dropped` tells whether it was so. False on failure.
+    bool DropHalfFill(bool& dropped);
     // Why the last write that failed on this thread failed, for a person, naming the directory.
     const std::string& GetWriteError() const { return m_database.GetError(); }
 

@@ -1,6 +1,7 @@
 #include "vxdependency/store/GraphReader.h"
 
 #include <algorithm>
+#include <iterator>
 #include <unordered_set>
 
 #include "vxdependency/store/EdgeReader.h"
@@ -33,15 +34,39 @@ std::vector<std::string> GraphReader::Reachable(const std::string& key, Directio
 
 namespace {
 
+// A list that keeps the room of its strings for the next one: otherwise that is a fifth of an
+// export.
+class Refilled {
+public:
+    const std::vector<std::string>& Get() const { return m_list; }
+    void Add(std::string_view text) {
+        if (m_spare.empty()) {
+            m_list.emplace_back(text);
+            return;
+        }
+        m_list.push_back(std::move(m_spare.back()));
+        m_spare.pop_back();
+        m_list.back().assign(text);
+    }
+    void Clear() {
+        std::ranges::move(m_list, std::back_inserter(m_spare));
+        m_list.clear();
+    }
+
+private:
+    std::vector<std::string> m_list;
+    std::vector<std::string> m_spare;
+};
+
 void VisitEdges(const WholeGraph& graph, const GraphReader::Visit& visit) {
     const std::vector<WholeGraph::Edge>& edges = graph.Edges();
-    std::vector<std::string> ends;
+    Refilled ends;
     for (std::size_t i = 0; i < edges.size(); ++i) {
         const WholeGraph::Node from = edges[i].first;
-        ends.push_back(graph.NameOf(edges[i].second));
+        ends.Add(graph.NameOf(edges[i].second));
         if (i + 1 < edges.size() && edges[i + 1].first == from) continue;
-        visit(graph.NameOf(from), ends);
-        ends.clear();
+        visit(std::string(graph.NameOf(from)), ends.Get());
+        ends.Clear();
     }
 }
 
@@ -61,7 +86,7 @@ void GraphReader::ForEach(const Visit& forward, const Visit& inverse) const {
 std::map<std::string, std::size_t> GraphReader::Popularity() const {
     const WholeGraph graph(*m_store, Direction::Inverse);
     std::map<std::string, std::size_t> counts;
-    for (const auto& [to, from] : graph.Edges()) ++counts[graph.NameOf(to)];
+    for (const auto& [to, from] : graph.Edges()) ++counts[std::string(graph.NameOf(to))];
     return counts;
 }
 

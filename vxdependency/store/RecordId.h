@@ -32,14 +32,16 @@ inline RecordId InverseId(const std::string& key) {
     return IdOf(InverseText(key));
 }
 
-// Whether one id's bytes sort before the other's: the order of the records in the table.
+// A number that sorts as the id's bytes do, which is the order of the records in the table; and the
+// other way round.
+inline std::uint32_t InTableOrder(RecordId id) {
+    return std::endian::native == std::endian::big
+               ? id
+               : id << 24 | (id & 0xFF00) << 8 | (id >> 8 & 0xFF00) | id >> 24;
+}
+
 inline bool StandsBefore(RecordId left, RecordId right) {
-    const auto inOrder = [](RecordId id) {
-        return std::endian::native == std::endian::big
-                   ? id
-                   : id << 24 | (id & 0xFF00) << 8 | (id >> 8 & 0xFF00) | id >> 24;
-    };
-    return inOrder(left) < inOrder(right);
+    return InTableOrder(left) < InTableOrder(right);
 }
 
 }  // namespace vexa::vxdependency

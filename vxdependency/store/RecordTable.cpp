@@ -23,6 +23,18 @@ int ReadCatalogueRecord(VXDatabase& database, std::string_view recordKey, std::s
                         DatabaseTable::Catalogue);
 }
 
+int VisitRecord(VXDatabase& database, RecordId id, const RecordVisit& visit, MDB_txn* transaction) {
+    if (transaction == nullptr) return VXDatabase::kFailed;
+    return database.Visit(&id, sizeof id, visit, transaction);
+}
+
+int VisitCatalogueRecord(VXDatabase& database, std::string_view recordKey, const RecordVisit& visit,
+                         MDB_txn* transaction) {
+    if (transaction == nullptr) return VXDatabase::kFailed;
+    return database.Visit(recordKey.data(), SizeOf(recordKey), visit, transaction,
+                          DatabaseTable::Catalogue);
+}
+
 bool WriteRecord(VXDatabase& database, RecordId id, std::string_view value, MDB_txn* transaction) {
     return database.Add(&id, sizeof id, value.data(), value.size(), transaction) == 0;
 }

@@ -34,6 +34,12 @@ int ReadRecord(VXDatabase& database, RecordId id, std::string& value, MDB_txn* t
 int ReadCatalogueRecord(VXDatabase& database, std::string_view recordKey, std::string& value,
                         MDB_txn* transaction);
 
+// The same, with the value where it lies (VXDatabase::Visit).
+using RecordVisit = std::function<void(std::string_view)>;
+int VisitRecord(VXDatabase& database, RecordId id, const RecordVisit& visit, MDB_txn* transaction);
+int VisitCatalogueRecord(VXDatabase& database, std::string_view recordKey, const RecordVisit& visit,
+                         MDB_txn* transaction);
+
 // Sets a record of the dependency table. False on failure.
 bool WriteRecord(VXDatabase& database, RecordId id, std::string_view value, MDB_txn* transaction);
 

@@ -31,7 +31,7 @@ bool WriteBatch::End() {
     if (member == m_members.end()) return false;
     if (--member->second.depth > 0) return !member->second.lost;
     if (HoldsOwnWork()) {
-        FlushLog();
+        FlushAll();
         m_writer = std::thread::id();
     }
     const bool complete = TellLoss();
@@ -42,22 +42,33 @@ bool WriteBatch::End() {
 bool WriteBatch::Checkpoint() {
     const auto lock = Lock();
     if (HoldsOwnWork() && IsDue()) FlushLog();
+    if (HoldsOwnFill() && IsFillDue()) FlushAll();
     return TellLoss();
 }
 
 bool WriteBatch::Flush() {
     const auto lock = Lock();
-    const bool flushed = FlushLog();
+    const bool flushed = FlushAll();
     return TellLoss() && flushed;
 }
 
 bool WriteBatch::FlushOwn() {
     const auto lock = Lock();
-    return !HoldsOwnWork() || FlushLog();
+    return !HoldsOwnWork() || FlushAll();
 }
 
 bool WriteBatch::FlushOther() {
     const auto lock = Lock();
+    return HoldsFill() && !HoldsOwnFill() ? FlushAll() : FlushOtherLog();
+}
+
+bool WriteBatch::FlushOther(const std::string& key, const CatalogueEntry& state) {
+    const auto lock = Lock();
+    const bool asFilled = m_fill != nullptr && m_fill->Holds(key, state);
+    return asFilled ? FlushOtherLog() : FlushOther();
+}
+
+bool WriteBatch::FlushOtherLog() {
     return HoldsOwnWork() || FlushLog();
 }
 
@@ -131,6 +142,27 @@ bool WriteBatch::Clear() {
     return true;
 }
 
+bool WriteBatch::OpenFill(StoreFill& fill) {
+    const auto lock = Lock();
+    if (m_fill != nullptr || !BecomeWriter()) return false;
+    m_fill = &fill;
+    m_filler = std::this_thread::get_id();
+    m_lastFill = m_limits.now();
+    return true;
+}
+
+void WriteBatch::AddToFill(FilledFiles run) {
+    const auto lock = Lock();
+    if (m_fill != nullptr) m_fill->Add(std::move(run));
+}
+
+bool WriteBatch::CloseFill() {
+    const auto lock = Lock();
+    FlushAll();
+    m_fill = nullptr;
+    return TellLoss();
+}
+
 int WriteBatch::Read(RecordId record, std::string& value) {
     const auto lock = Lock();
     if (!HoldsOwnWork() || (m_log.Find(record) == nullptr && !m_cleared)) {
@@ -177,6 +209,12 @@ bool WriteBatch::IsDue() const {
     return m_log.Bytes() + m_stateBytes >= m_limits.bytes || m_limits.now() - m_lastFlush >= rest;
 }
 
+bool WriteBatch::IsFillDue() const {
+    const Clock::duration rest =
+        std::max(m_limits.fillInterval, kRestPerFlush * m_lastFillDuration);
+    return m_fill->Bytes() >= m_limits.fillBytes || m_limits.now() - m_lastFill >= rest;
+}
+
 void WriteBatch::Note(RecordId id, RecordOperation operation, std::string_view text) {
     m_log.Append(id, operation, text);
     if (m_states.empty()) return;
@@ -212,6 +250,24 @@ RecordState* WriteBatch::StateOf(RecordId id) {
     return &state;
 }
 
+// The log first: of a file that both hold, it has the later state, and the fill leaves files out
+// that are stored.
+bool WriteBatch::FlushAll() {
+    const bool flushed = FlushLog();
+    return FlushFill() && flushed;
+}
+
+bool WriteBatch::FlushFill() {
+    if (!HoldsFill()) return true;
+    const Clock::time_point begin = m_limits.now();
+    const std::size_t files = m_fill->FileCount();
+    const bool written = m_fill->Write(m_database);
+    if (!written) ReportLoss(m_filler, files);
+    m_lastFill = m_limits.now();
+    m_lastFillDuration = m_lastFill - begin;
+    return written;
+}
+
 bool WriteBatch::FlushLog() {
     if (IsEmpty()) return true;
     const Clock::time_point begin = m_limits.now();
@@ -222,17 +278,17 @@ bool WriteBatch::FlushLog() {
     } else {
         m_database.TransAbort(transaction);
     }
-    if (!written) ReportLoss();
+    if (!written) ReportLoss(m_writer, m_log.RecordCount());
     DropLog();
     m_lastFlush = m_limits.now();
     m_lastDuration = m_lastFlush - begin;
     return written;
 }
 
-void WriteBatch::ReportLoss() {
-    LogError("dependency store: the changes of %zu records are lost: %s", m_log.RecordCount(),
+void WriteBatch::ReportLoss(std::thread::id loser, std::size_t records) {
+    LogError("dependency store: the changes of %zu records are lost: %s", records,
              m_database.GetError().c_str());
-    const auto member = m_members.find(m_writer.load());
+    const auto member = m_members.find(loser);
     if (member != m_members.end()) member->second.lost = true;
 }
 

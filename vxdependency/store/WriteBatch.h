@@ -17,6 +17,7 @@
 #include "vxdependency/store/BatchLog.h"
 #include "vxdependency/store/RecordId.h"
 #include "vxdependency/store/RecordState.h"
+#include "vxdependency/store/StoreFill.h"
 
 namespace vexa::vxdependency {
 
@@ -30,7 +31,8 @@ namespace vexa::vxdependency {
 //
 // Each thread may have a batch, but the log holds the work of one thread at a time: before another
 // thread writes, in a batch or not, the log is flushed. So writes reach the table in the order of
-// their calls, and no thread waits for the end of another's batch.
+// their calls, and no thread waits for the end of another's batch. A fill is not in this order: it
+// is flushed by who asks for it (FlushOther), since writing it may take seconds.
 //
 // A flush that fails drops the log. The thread whose work that was is told by its next Checkpoint,
 // Flush or End; until then its writes fail and are not logged, so that the second half of what
@@ -50,6 +52,9 @@ public:
         Clock::duration interval = std::chrono::seconds(1);  // or ten times the last flush
         std::size_t bytes = std::size_t{24} << 20;           // memory of the log, about
         std::function<Clock::time_point()> now = Clock::now;
+        // Of a fill, which costs the more the more often it is written.
+        Clock::duration fillInterval = std::chrono::seconds(30);
+        std::size_t fillBytes = std::size_t{256} << 20;
     };
 
     explicit WriteBatch(VXDatabase& database) : WriteBatch(database, Limits()) {}
@@ -68,6 +73,9 @@ public:
     // Flushes the log when it holds the calling thread's work, or another's.
     bool FlushOwn();
     bool FlushOther();
+    // The same for a thread that is about to change this file only, as it is on the disk now: a
+    // fill that holds just this state of it can stay, and leaves it out (see StoreFill::Write).
+    bool FlushOther(const std::string& key, const CatalogueEntry& state);
 
     // Whether the calling thread has a batch.
     bool IsInBatch() const;
@@ -92,6 +100,16 @@ public:
     // Deletes all records but the layout version.
     bool Clear();
 
+    // Makes a fill part of the calling thread's batch, which writes nothing else meanwhile: it is
+    // written by Flush and FlushOther, when it grows too large or old (Checkpoint), and by
+    // CloseFill. One thread at a time. False when the batch
+    // must not write.
+    bool OpenFill(StoreFill& fill);
+    // Adds to the open fill, on any thread.
+    void AddToFill(FilledFiles run);
+    // False when what the fill held was lost.
+    bool CloseFill();
+
     // Records as the calling thread sees them: the results are those of VXDatabase::Get.
     int Read(RecordId record, std::string& value);
     int ReadCatalogue(const std::string& recordKey, std::string& value);
@@ -105,15 +123,21 @@ private:
     bool BecomeWriter();
     bool TellLoss();
     bool IsDue() const;
+    bool IsFillDue() const;
     void Note(RecordId id, RecordOperation operation, std::string_view text);
     void NoteList(const std::string& key, const List& values, signed char mode,
                   RecordOperation operation);
     RecordState* StateOf(RecordId id);
 
     bool IsEmpty() const { return m_log.RecordCount() == 0 && !m_cleared; }
+    bool HoldsFill() const { return m_fill != nullptr && !m_fill->IsEmpty(); }
+    bool HoldsOwnFill() const { return HoldsFill() && m_filler == std::this_thread::get_id(); }
+    bool FlushOtherLog();
+    bool FlushAll();
     bool FlushLog();
+    bool FlushFill();
     bool WriteLog(MDB_txn* transaction);
-    void ReportLoss();
+    void ReportLoss(std::thread::id loser, std::size_t records);
     void DropLog();
 
     VXDatabase& m_database;
@@ -130,6 +154,10 @@ private:
     std::unordered_map<RecordId, RecordState> m_states;
     std::size_t m_stateBytes = 0;
     bool m_cleared = false;  // before all that is logged
+    StoreFill* m_fill = nullptr;
+    std::thread::id m_filler;
+    Clock::time_point m_lastFill;
+    Clock::duration m_lastFillDuration{};
     Clock::time_point m_lastFlush;
     Clock::duration m_lastDuration{};
 };
