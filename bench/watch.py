@@ -1,20 +1,11 @@
-#!/usr/bin/env python3
-"""Measures how long after a file was closed vxdep watch has it in the store, while other files of
-the tree are written all the time.
-
-usage: watch.py PROGRAMS PROJECT [SAMPLES [RATE]]
-
-PROJECT is a made tree; RATE files of it (50) are rewritten each second beside the SAMPLES (200).
-"""
+"""How long after a file was closed vxdep watch has it in the store, while other files of the tree
+are written all the time."""
 
 import json
-import os
-import pathlib
 import random
 import shutil
 import statistics
 import subprocess
-import sys
 import threading
 import time
 
@@ -62,28 +53,32 @@ class Watch:
         self.process.wait()
 
 
-def main():
-    programs, project = (pathlib.Path(path).resolve() for path in sys.argv[1:3])
-    samples, rate = [int(text) for text in sys.argv[3:]] + [200, 50][len(sys.argv) - 3:]
-    scenes = [path for path in (project / "res").rglob("*.xml")]
-    content, folder = scenes[0].read_bytes(), project / "res/bench_watch"
-    folder.mkdir(exist_ok=True)
-    watch, load = Watch(programs / "vxdep/vxdep", project), Load(scenes, rate)
-    watch.catch_up()
-    load.start()
+def write_samples(folder, content, samples):
+    """When each file was closed, by its key."""
     closed = {}
     for number in range(samples):
         (folder / f"{number}.xml").write_bytes(content)
-        closed[f"bench_watch/{number}.xml"] = time.perf_counter()
+        closed[f"{folder.name}/{number}.xml"] = time.perf_counter()
         time.sleep(random.uniform(0.02, 0.1))
+    return closed
+
+
+def measure(vxdep, project, samples=200, rate=50):
+    """Rewrites `rate` files of a made tree each second beside the samples; seconds, sorted."""
+    scenes = list(project.res.rglob("*.xml"))
+    folder = project.res / "bench_watch"
+    folder.mkdir(exist_ok=True)
+    watch, load = Watch(vxdep, project.path), Load(scenes, rate)
+    watch.catch_up()
+    load.start()
+    closed = write_samples(folder, scenes[0].read_bytes(), samples)
     load.ended.set()
     watch.catch_up()
     watch.stop()
     shutil.rmtree(folder)
-    taken = sorted(watch.told[path] - moment for path, moment in closed.items())
-    print(f"from close to the store, {len(scenes)} files, {rate} others written each second: "
-          f"median {statistics.median(taken):.3f} s, 99 % within {taken[int(samples * .99)]:.3f} s")
+    return sorted(watch.told[path] - moment for path, moment in closed.items())
 
 
-if __name__ == "__main__":
-    main()
+def text(taken):
+    return (f"vxdep watch, from close to the store: median {statistics.median(taken):.3f} s, "
+            f"99 % within {taken[len(taken) * 99 // 100]:.3f} s")
