@@ -34,13 +34,16 @@ struct Tree {
 };
 
 Tree Walk(const fs::path& root) {
-    Tree tree;
+    Keys keys;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
-        if (!entry.is_regular_file()) continue;
-        const std::string key = entry.path().lexically_relative(root).generic_string();
+        if (entry.is_regular_file())
+            keys.push_back(entry.path().lexically_relative(root).generic_string());
+    }
+    Tree tree{vexa::KnownFiles(keys.size()), {}};
+    for (const std::string& key : keys) {
         tree.known.Add(key);
         if (!vexa::CDependencyManager::GetSingleton().HasDependencyGenerator(key)) continue;
-        tree.readable[entry.path().extension().string().substr(1)].push_back(key);
+        tree.readable[fs::path(key).extension().string().substr(1)].push_back(key);
         tree.readable["all"].push_back(key);
     }
     return tree;

@@ -1,11 +1,13 @@
 #pragma once
 
-#include <tsl/robin_map.h>
 #include <tsl/robin_set.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
+
+#include "vexa/os/LargePages.h"
 
 namespace vexa {
 
@@ -24,18 +26,19 @@ public:
     enum class Answer { Yes, No, AskDisk };
     static constexpr std::uint32_t kNoNumber = UINT32_MAX;
 
-    // `otherwise` is the answer for what was not added.
-    explicit KnownFiles(Answer otherwise = Answer::No);
+    // For at most so many files. `otherwise` is the answer for what was not added.
+    explicit KnownFiles(std::size_t capacity = 0, Answer otherwise = Answer::No);
 
-    // Makes room for so many files at once.
-    void Reserve(std::size_t count) { m_files.reserve(count); }
-    // `number` is what NumberOf gives for it.
-    void Add(std::string_view key, std::uint32_t number = kNoNumber);
+    // The next file, which gets the next number, from 0. std::length_error beyond the capacity.
+    // What was added before is not added again, but its number is used up.
+    void Add(std::string_view key);
+    // A number that no file has.
+    void SkipNumber() { ++m_added; }
     // What the walk did not look into: the disk is asked about it and what lies below.
     void AddUnknown(std::string_view key);
 
     Answer Find(std::string_view key) const;
-    // The number that a file was added with; kNoNumber for what was not added.
+    // The number of a file; kNoNumber for what was not added.
     std::uint32_t NumberOf(std::string_view key) const;
     // Whether it tells of the whole tree.
     bool IsComplete() const { return m_otherwise == Answer::No; }
@@ -55,12 +58,18 @@ public:
     static const KnownFiles* OfThisThread();
 
 private:
-    // The hashes are spread as well as any: they place themselves.
+    // The place of a hash's slot: where it is looked for from. The table is as small as can be,
+    // since every look is a miss of the caches as long as it does not fit in one: a slot holds a
+    // number, from 1, and as much of the hash as there is room for; its place tells the rest.
+    std::size_t SlotOf(std::uint64_t hash) const;
+
     struct Identity {
         std::size_t operator()(std::uint64_t hash) const { return hash; }
     };
     Answer m_otherwise;
-    tsl::robin_map<std::uint64_t, std::uint32_t, Identity> m_files;
+    int m_numberBits;
+    std::uint32_t m_added = 0;
+    std::vector<std::uint64_t, os::LargePages<std::uint64_t>> m_slots;  // 0: empty
     tsl::robin_set<std::uint64_t, Identity> m_unknown;
 };
 

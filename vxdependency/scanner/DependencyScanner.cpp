@@ -503,7 +503,7 @@ void DependencyScanner::ReadFile(const Record& record, const std::string& key, S
     std::unique_ptr<vexa::FileReading> ahead = expected ? walk.ahead->Take(key) : nullptr;
     const std::lock_guard lock(vexa::ManagerMutex());
     // Since a rename, neither what the walk met nor what was read ahead is sure to be true.
-    static const vexa::KnownFiles kNothingKnown(vexa::KnownFiles::Answer::AskDisk);
+    static const vexa::KnownFiles kNothingKnown(0, vexa::KnownFiles::Answer::AskDisk);
     const bool overtaken = CDependencyManager::CountRenames() != walk.renames;
     const vexa::KnownFiles::Use use(overtaken ? kNothingKnown : walk.known);
     if (overtaken) ahead.reset();

@@ -55,10 +55,11 @@ std::vector<std::string> KnownFilesAt(const std::string& key) {
 // what it refers to was moved is read so: else it would be found to refer to nothing, and its
 // reference would not be rewritten.
 vexa::KnownFiles TreeBefore(const ChangeBatch::List& oldNames) {
-    vexa::KnownFiles tree(vexa::KnownFiles::Answer::AskDisk);
-    for (const std::string& name : oldNames) {
-        for (const std::string& file : KnownFilesAt(name)) tree.Add(file);
-    }
+    std::vector<std::string> files;
+    for (const std::string& name : oldNames)
+        std::ranges::move(KnownFilesAt(name), std::back_inserter(files));
+    vexa::KnownFiles tree(files.size(), vexa::KnownFiles::Answer::AskDisk);
+    for (const std::string& file : files) tree.Add(file);
     return tree;
 }
 

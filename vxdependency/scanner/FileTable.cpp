@@ -11,21 +11,24 @@ void FileTable::Reserve(std::size_t files, std::size_t bytes) {
             "there are more files below the resource root than can be numbered");
     }
     m_files.reserve(files);
+    m_changes.reserve(files);
+    m_keyEnds.reserve(files);
     m_keys.reserve(bytes);
 }
 
 FileTable::Number FileTable::Add(std::string_view folder, std::string_view name,
                                  std::int64_t writeTimeNs, std::uint64_t size, bool isRead) {
-    const std::size_t begin = m_keys.size();
     if (!folder.empty()) m_keys.append(folder).push_back('/');
     m_keys.append(name);
-    m_files.push_back({writeTimeNs, size, static_cast<std::uint32_t>(begin),
-                       static_cast<std::uint16_t>(m_keys.size() - begin), isRead});
+    m_keyEnds.push_back(static_cast<std::uint32_t>(m_keys.size()));
+    m_files.push_back({writeTimeNs, size, isRead});
+    m_changes.push_back(FileChange::Unknown);
     return static_cast<Number>(m_files.size() - 1);
 }
 
 std::string_view FileTable::KeyOf(Number file) const {
-    return std::string_view(m_keys).substr(m_files[file].keyAt, m_files[file].keyLength);
+    const std::uint32_t begin = file == 0 ? 0 : m_keyEnds[file - 1];
+    return {m_keys.data() + begin, m_keyEnds[file] - begin};
 }
 
 FileInfoData FileTable::InfoOf(Number file, const std::string& root) const {

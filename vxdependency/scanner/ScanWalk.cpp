@@ -137,16 +137,16 @@ void KnowFiles(ScanWalk& walk) {
         if (walk.files.Change(i) == FileChange::Changed) ++changed;
     }
     if (changed < walk.files.Size() / kFilesPerLook) {
-        walk.known = vexa::KnownFiles(vexa::KnownFiles::Answer::AskDisk);
+        walk.known = vexa::KnownFiles(0, vexa::KnownFiles::Answer::AskDisk);
         return;
     }
-    walk.known.Reserve(walk.files.Size());
+    walk.known = vexa::KnownFiles(walk.files.Size());
     for (const std::string& key : walk.elsewhere) walk.known.AddUnknown(key);
     for (const std::string& key : walk.unreadable) walk.known.AddUnknown(key);
     const auto& elsewhere = walk.elsewhere;  // in order, as they were met
     for (Number i = 0; i < walk.files.Size(); ++i) {
         const std::string_view key = walk.files.KeyOf(i);
-        if (!std::ranges::binary_search(elsewhere, key)) walk.known.Add(key, i);
+        std::ranges::binary_search(elsewhere, key) ? walk.known.SkipNumber() : walk.known.Add(key);
     }
 }
 

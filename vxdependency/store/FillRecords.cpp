@@ -15,7 +15,7 @@ constexpr std::uint64_t kIndexMask = (std::uint64_t{1} << kKindShift) - 1;
 
 // One operation on a record, and when it comes.
 struct FillRecords::Step {
-    std::uint32_t file;
+    std::uint32_t file;  // its place in the order of storing
     Kind phase;
     RecordOperation operation;
     std::string text;
@@ -30,6 +30,10 @@ FillRecords::FillRecords(const std::vector<File>& files, const IFileNames& keys,
     AddRecords();
 }
 
+std::span<const std::uint32_t> FillRecords::ReferencesOf(const File& file) {
+    return {file.references, file.filled->references};
+}
+
 std::string_view FillRecords::NameOf(std::uint32_t number) const {
     const std::size_t files = m_keys.Size();
     return number < files ? m_keys.KeyOf(number) : m_entries[number - files];
@@ -38,22 +42,15 @@ std::string_view FillRecords::NameOf(std::uint32_t number) const {
 // Counts the users of each entry, and then puts each file in its place among them.
 void FillRecords::ListUsers() {
     m_firstUser.resize(m_keys.Size() + m_entries.size() + 1);
-    const auto forEachReference = [this](const auto& visit) {
-        for (std::size_t i = 0; i < m_files.size(); ++i) {
-            const std::uint32_t* const references = m_files[i].references;
-            for (std::uint32_t r = 0; r < m_files[i].filled->references; ++r) {
-                visit(references[r], static_cast<std::uint32_t>(i));
-            }
-        }
-    };
-    forEachReference([this](std::uint32_t entry, std::uint32_t) { ++m_firstUser[entry]; });
+    for (const File& file : m_files) {
+        for (const std::uint32_t entry : ReferencesOf(file)) ++m_firstUser[entry];
+    }
     std::uint32_t end = 0;
     for (std::uint32_t& place : m_firstUser) place = end += place;
     m_users.resize(end);
-    for (std::size_t i = m_files.size(); i-- > 0;) {
-        const std::uint32_t* const references = m_files[i].references;
-        for (std::uint32_t r = m_files[i].filled->references; r-- > 0;) {
-            m_users[--m_firstUser[references[r]]] = static_cast<std::uint32_t>(i);
+    for (auto file = m_files.rbegin(); file != m_files.rend(); ++file) {
+        for (const std::uint32_t entry : ReferencesOf(*file)) {
+            m_users[--m_firstUser[entry]] = file->filled->number;
         }
     }
 }
@@ -106,20 +103,18 @@ public:
     void Append(const Record& record, std::string& bytes) {
         m_names.clear();
         if (record.kind == Kind::Forward) {
-            const File& file = m_records.m_files[record.index];
-            for (std::uint32_t r = 0; r < file.filled->references; ++r) {
-                m_names.push_back(m_records.NameOf(file.references[r]));
-            }
+            AppendNames(ReferencesOf(m_records.m_files[record.index]));
         } else {
-            const std::uint32_t* const first = &m_records.m_firstUser[record.index];
-            for (std::uint32_t u = first[0]; u < first[1]; ++u) {
-                m_names.push_back(m_records.NameOf(m_records.NumberOfUser(u)));
-            }
+            AppendNames(m_records.UsersOf(record.index));
         }
         for (const std::string_view name : m_names) bytes.append(name).push_back('#');
     }
 
 private:
+    void AppendNames(std::span<const std::uint32_t> numbers) {
+        for (const std::uint32_t number : numbers) m_names.push_back(m_records.NameOf(number));
+    }
+
     const FillRecords& m_records;
     std::vector<std::string_view> m_names;
 };
@@ -141,8 +136,9 @@ FillRecords::Values FillRecords::ValuesOf(std::size_t begin, std::size_t end) co
     return values;
 }
 
-std::uint32_t FillRecords::NumberOfUser(std::size_t user) const {
-    return m_files[m_users[user]].filled->number;
+std::span<const std::uint32_t> FillRecords::UsersOf(std::uint32_t entry) const {
+    return std::span(m_users).subspan(m_firstUser[entry],
+                                      m_firstUser[entry + 1] - m_firstUser[entry]);
 }
 
 std::string FillRecords::ValueOf(const Record& record) const {
@@ -164,10 +160,21 @@ void FillRecords::AppendSteps(const Record& record, std::vector<Step>& steps) co
         steps.push_back({record.index, record.kind, RecordOperation::Replace, ValueOf(record)});
         return;
     }
-    for (std::uint32_t u = m_firstUser[record.index]; u < m_firstUser[record.index + 1]; ++u) {
-        steps.push_back({m_users[u], record.kind, RecordOperation::AddEntry,
-                         std::string(NameOf(NumberOfUser(u)))});
+    for (const std::uint32_t user : UsersOf(record.index)) {
+        steps.push_back(
+            {PlaceOf(user), record.kind, RecordOperation::AddEntry, std::string(NameOf(user))});
     }
+}
+
+// Few records are replayed, and of many trees none.
+std::uint32_t FillRecords::PlaceOf(std::uint32_t file) const {
+    if (m_places.empty()) {
+        m_places.resize(m_keys.Size());
+        for (std::size_t i = 0; i < m_files.size(); ++i) {
+            m_places[m_files[i].filled->number] = static_cast<std::uint32_t>(i);
+        }
+    }
+    return m_places[file];
 }
 
 std::string FillRecords::TextOf(const Record& record) const {

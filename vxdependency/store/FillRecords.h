@@ -2,10 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "vexa/os/LargePages.h"
 #include "vxdependency/store/RecordId.h"
 #include "vxdependency/store/RecordState.h"
 #include "vxdependency/store/StoreFill.h"
@@ -47,12 +49,15 @@ public:
         std::vector<std::size_t> ends;  // in the bytes
     };
     Values ValuesOf(std::size_t begin, std::size_t end) const;
-    // Does to a record what the records of its id, from `begin` to `end`, make of it.
+    // Does to a record what the records of its id, from `begin` to `end`, make of it. One thread at
+    // a time.
     void Replay(std::size_t begin, std::size_t end, RecordState& state) const;
     // What the id of a record is made from.
     std::string TextOf(const Record& record) const;
 
 private:
+    template <class Element>
+    using Table = std::vector<Element, os::LargePages<Element>>;
     class ListMaker;
     struct Step;
 
@@ -61,7 +66,9 @@ private:
     void AddRecords();
     void Add(RecordId id, Kind kind, std::size_t index);
     void AppendSteps(const Record& record, std::vector<Step>& steps) const;
-    std::uint32_t NumberOfUser(std::size_t user) const;
+    static std::span<const std::uint32_t> ReferencesOf(const File& file);
+    std::span<const std::uint32_t> UsersOf(std::uint32_t entry) const;
+    std::uint32_t PlaceOf(std::uint32_t file) const;
     void AppendValue(const Record& record, ListMaker& lists, std::string& bytes) const;
     std::string ValueOf(const Record& record) const;
 
@@ -70,9 +77,10 @@ private:
     const std::vector<std::string_view>& m_entries;
     const std::string& m_directory;
     // The files that name an entry, by its number: those from m_firstUser[n] to m_firstUser[n + 1].
-    std::vector<std::uint32_t> m_firstUser;
-    std::vector<std::uint32_t> m_users;
-    std::vector<std::uint64_t> m_order;  // id as it sorts, kind, index
+    Table<std::uint32_t> m_firstUser;
+    Table<std::uint32_t> m_users;
+    Table<std::uint64_t> m_order;                 // id as it sorts, kind, index
+    mutable std::vector<std::uint32_t> m_places;  // of the files by number; made when asked for
 };
 
 }  // namespace vexa::vxdependency

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <bit>
+#include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -32,12 +34,14 @@ inline RecordId InverseId(const std::string& key) {
     return IdOf(InverseText(key));
 }
 
-// A number that sorts as the id's bytes do, which is the order of the records in the table; and the
-// other way round.
-inline std::uint32_t InTableOrder(RecordId id) {
-    return std::endian::native == std::endian::big
-               ? id
-               : id << 24 | (id & 0xFF00) << 8 | (id >> 8 & 0xFF00) | id >> 24;
+// A number that sorts as the id's bytes do, which is the order of the records in their table; and
+// the other way round.
+template <std::unsigned_integral Id>
+Id InTableOrder(Id id) {
+    if constexpr (std::endian::native == std::endian::big) return id;
+    Id bytes = 0;
+    for (std::size_t i = 0; i < sizeof id; ++i, id >>= 8U) bytes = bytes << 8U | (id & 0xFFU);
+    return bytes;
 }
 
 inline bool StandsBefore(RecordId left, RecordId right) {

@@ -178,21 +178,21 @@ bool Filling::WriteFiles() {
 }
 
 bool Filling::WriteFindings() {
-    std::ranges::sort(m_findings);
-    std::vector<std::string> awaited;
+    std::ranges::sort(m_findings, {}, &std::pair<std::uint32_t, const Findings*>::first);
+    std::vector<std::pair<AwaitedId, std::uint32_t>> awaited;
     for (const auto& [number, findings] : m_findings) {
         const std::string key(m_keys.KeyOf(number));
         if (!m_writer.Write(DatabaseTable::Catalogue, Catalogue::FindingsRecordKey(key),
                             findings->Encode())) {
             return false;
         }
-        for (const AwaitedId id : findings->awaited) {
-            awaited.push_back(Catalogue::AwaitedRecordKey(id, key));
-        }
+        for (const AwaitedId id : findings->awaited) awaited.emplace_back(InTableOrder(id), number);
     }
     std::ranges::sort(awaited);
-    return std::ranges::all_of(awaited, [this](const std::string& key) {
-        return m_writer.Write(DatabaseTable::Catalogue, key, "");
+    return std::ranges::all_of(awaited, [this](const auto& record) {
+        const std::string key(m_keys.KeyOf(record.second));
+        const AwaitedId id = InTableOrder(record.first);
+        return m_writer.Write(DatabaseTable::Catalogue, Catalogue::AwaitedRecordKey(id, key), "");
     });
 }
 
