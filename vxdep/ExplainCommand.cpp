@@ -56,8 +56,11 @@ const char* ReadingOf(std::int32_t strategy) {
 class Collector final : public vexa::IReferenceObserver {
 public:
     void OnReference(const vexa::ReferenceReport& report) override {
-        references.push_back({KeyOf(report.file), report.site.Describe(), report.text,
-                              report.candidates, report.companions});
+        references.push_back({KeyOf(report.file),
+                              report.site.Describe(),
+                              report.text,
+                              {report.candidates.begin(), report.candidates.end()},
+                              report.companions});
     }
     void OnAbsent(const std::string&) override {}
     void OnReadThrough(const std::string&) override {}

@@ -59,18 +59,21 @@ FilePtr DiskFileService::ReadFile(const std::string& path) {
 }
 
 bool DiskFileService::FileExists(const std::string& path) {
+    if (!KnownFiles::OfThisThread() || IsAbsolute(path)) return IsOnDisk(path);
+    if (IsPlainKey(path)) return KeyExists(path);
+    std::string key;
+    return NormaliseKey(path, key) && KeyExists(key);
+}
+
+bool DiskFileService::KeyExists(const std::string& key) {
     const KnownFiles* const known = KnownFiles::OfThisThread();
+    const auto answer = known ? known->Find(key) : KnownFiles::Answer::AskDisk;
+    return answer == KnownFiles::Answer::AskDisk ? IsOnDisk(key)
+                                                 : answer == KnownFiles::Answer::Yes;
+}
+
+bool DiskFileService::IsOnDisk(const std::string& path) {
     std::string place;
-    if (known && !IsAbsolute(path)) {
-        // What is known is a key.
-        KnownFiles::Answer answer = known->Find(path);
-        if (answer == KnownFiles::Answer::Yes) return true;
-        if (!IsPlainKey(path)) {
-            if (!NormaliseKey(path, place)) return false;
-            answer = known->Find(place);
-        }
-        if (answer != KnownFiles::Answer::AskDisk) return answer == KnownFiles::Answer::Yes;
-    }
     return FindPlace(path, place) && os::IsRegularFile(place);
 }
 

@@ -16,6 +16,7 @@ public:
 
     FilePtr ReadFile(const std::string& path) override;
     bool FileExists(const std::string& path) override;
+    bool KeyExists(const std::string& key) override;
     FileState GetState(const std::string& path) override;
     bool MakeRelative(const std::string& path, std::string& key) override;
     bool KeyOfReference(const std::string& text, std::string& key) override;
@@ -27,6 +28,7 @@ public:
     std::uint32_t Copy(const std::string& from, const std::string& to) override;
 
 private:
+    bool IsOnDisk(const std::string& path);
     bool KeyBelowRoot(const std::string& path, std::string& key) const;
     bool KeyByName(const std::string& absolute, std::string& key) const;
     void DropRoot(std::string& path) const;

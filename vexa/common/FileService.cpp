@@ -25,6 +25,25 @@ std::size_t LengthOfFirst(std::string_view text) {
     return at;
 }
 
+// Whether there is a character that a plain key does not hold at a place or, if it may not follow
+// a "/", right behind one. Without branches, for the compiler to take many places at once.
+inline unsigned char IsWrong(const char* at) {
+    const char c = *at;
+    const auto begins = static_cast<unsigned char>(at[-1] == '/');
+    return static_cast<unsigned char>((begins & ((c == '/') | (c == '.'))) | (c == '\\') |
+                                      (c == '\0'));
+}
+
+constexpr std::size_t kBlock = 16;
+
+// Not unrolled, the loop becomes thirty instructions of 16 bytes.
+inline unsigned char IsBlockWrong(const char* block) {
+    unsigned char wrong = 0;
+#pragma GCC unroll 1
+    for (std::size_t i = 0; i < kBlock; ++i) wrong |= IsWrong(block + i);
+    return wrong;
+}
+
 bool AppendOne(std::string_view segment, std::string& key) {
     if (segment.empty() || segment == ".") return true;
     if (segment != "..") {
@@ -50,18 +69,21 @@ bool AppendSegments(std::string_view text, std::string& key) {
 
 }  // namespace
 
-// Without branches and a way out before the end: the compiler takes sixteen characters at once.
+// All is blocks: some characters are looked at twice.
 bool IsPlainKey(std::string_view text) {
-    if (text.empty() || text.front() == '.' || kEnds[static_cast<unsigned char>(text.front())])
+    if (text.empty() || text.front() == '.' || kEnds[static_cast<unsigned char>(text.front())] ||
+        text.back() == '/')
         return false;
+    const char* const begin = text.data() + 1;
+    const char* const end = text.data() + text.size();
     unsigned char wrong = 0;
-    for (std::size_t i = 1; i < text.size(); ++i) {
-        const char c = text[i];
-        const auto begins = static_cast<unsigned char>(text[i - 1] == '/');
-        wrong |= static_cast<unsigned char>((begins & ((c == '/') | (c == '.'))) | (c == '\\') |
-                                            (c == '\0'));
+    if (text.size() <= kBlock) {
+        for (const char* at = begin; at < end; ++at) wrong |= IsWrong(at);
+        return wrong == 0;
     }
-    return wrong == 0 && text.back() != '/';
+    for (const char* at = begin; at < end - kBlock; at += kBlock) wrong |= IsBlockWrong(at);
+    wrong |= IsBlockWrong(end - kBlock);
+    return wrong == 0;
 }
 
 bool AppendNormalised(std::string_view text, std::string& key) {

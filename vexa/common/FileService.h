@@ -55,6 +55,9 @@ public:
     // True if a file (not a directory) is there; links are followed.
     virtual bool FileExists(const std::string& path) = 0;
 
+    // The same of a key, which is no path of the machine: it need not be looked at whether it is.
+    virtual bool KeyExists(const std::string& key) { return FileExists(key); }
+
     // State of a file or directory; links are followed. What cannot be looked at does not exist.
     virtual FileState GetState(const std::string& path) = 0;
 

@@ -24,8 +24,8 @@ constexpr bool HasDrive(std::string_view path) {
 // relative path. "C:name" is relative: a colon is an ordinary character of a file's name.
 constexpr std::size_t AnchorLength(std::string_view path) {
     const std::size_t start = HasDrive(path) ? 2 : 0;
-    const std::size_t end = path.find_first_not_of(Separators, start);
-    const std::size_t length = end == std::string_view::npos ? path.size() : end;
+    std::size_t length = start;
+    while (length < path.size() && IsSeparator(path[length])) ++length;
     return length == start ? 0 : length;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,8 +54,8 @@ struct ReferenceReport {
     const std::string& file;  // that holds the reference, as the generator was handed it
     const std::string& text;  // as it stands there
     const std::string& read;  // with what its rule adds before it is resolved
-    const std::vector<ReferenceCandidate>& candidates;  // each key once
-    const std::vector<std::string>& companions;         // files that come with the named resource
+    std::span<const ReferenceCandidate> candidates;  // each key once
+    const std::vector<std::string>& companions;      // files that come with the named resource
     const IReferenceSite& site;
 };
 

@@ -18,7 +18,7 @@ IFileService& Files() {
 }  // namespace
 
 void Found::Clear() {
-    Shorten(0);
+    m_count = 0;
     companions.clear();
     m_rooted.known = false;
     m_strategy = 0;
@@ -26,24 +26,34 @@ void Found::Clear() {
 
 bool Found::Add(std::string_view key, bool loose) {
     if (key.empty()) return false;
-    if (m_spare.empty()) m_spare.emplace_back();
-    m_candidates.push_back({std::move(m_spare.back()), m_strategy, false});
-    m_spare.pop_back();
-    m_candidates.back().key = key;
-    m_notes.push_back({loose, false});
+    if (m_count == m_candidates.size()) {
+        m_candidates.emplace_back();
+        m_notes.emplace_back();
+    }
+    ReferenceCandidate& candidate = m_candidates[m_count];
+    candidate.key = key;
+    candidate.strategy = m_strategy;
+    candidate.exists = false;
+    m_notes[m_count++] = {loose, false};
     return true;
 }
 
 bool Found::Exists(std::size_t index) {
     ReferenceCandidate& candidate = m_candidates[index];
     if (!std::exchange(m_notes[index].looked, true)) {
-        candidate.exists = Files().FileExists(candidate.key);
+        const bool isKey = !m_notes[index].loose && vxio::AnchorLength(candidate.key) == 0;
+        candidate.exists =
+            isKey ? Files().KeyExists(candidate.key) : Files().FileExists(candidate.key);
     }
     return candidate.exists;
 }
 
 const std::string* Found::RootedKey(const std::string& name) {
-    if (!m_rooted.known || m_rooted.name != name) {
+    const bool isLastKey =
+        m_rooted.known && m_rooted.key == name && vxio::AnchorLength(name) == 0 && m_rooted.valid;
+    if (isLastKey) {
+        m_rooted.name = name;  // a strategy has dropped what stood in front
+    } else if (!m_rooted.known || m_rooted.name != name) {
         m_rooted.known = true;
         m_rooted.looked = false;
         m_rooted.name = name;
@@ -52,10 +62,17 @@ const std::string* Found::RootedKey(const std::string& name) {
     return m_rooted.valid ? &m_rooted.key : nullptr;
 }
 
+const std::string* Found::PlainKey(const std::string& name) {
+    const std::string* const key = RootedKey(name);
+    if (!key || !name.ends_with(*key)) return nullptr;
+    const auto front = name.end() - static_cast<std::ptrdiff_t>(key->size());
+    return std::all_of(name.begin(), front, vxio::IsSeparator) ? key : nullptr;
+}
+
 bool Found::RootedExists(const std::string& name) {
     const std::string* const key = RootedKey(name);
     if (!key) return false;
-    if (!std::exchange(m_rooted.looked, true)) m_rooted.exists = Files().FileExists(*key);
+    if (!std::exchange(m_rooted.looked, true)) m_rooted.exists = Files().KeyExists(*key);
     return m_rooted.exists;
 }
 
@@ -63,7 +80,7 @@ bool Found::RootedExists(const std::string& name) {
 // each key costs one look, not one per spelling.
 void Found::Resolve(const std::string& name) {
     std::size_t kept = 0;
-    for (std::size_t i = 0; i < m_candidates.size(); ++i) {
+    for (std::size_t i = 0; i < m_count; ++i) {
         if (!Settle(i) || IsWithin(kept, m_candidates[i].key)) continue;
         if (kept != i) {
             std::swap(m_candidates[kept], m_candidates[i]);
@@ -71,12 +88,12 @@ void Found::Resolve(const std::string& name) {
         }
         Exists(kept++);
     }
-    Shorten(kept);
+    m_count = kept;
     const std::string* const key = RootedKey(name);
     if (!key || key->size() > MAX_PATH || IsWithin(kept, *key)) return;
     m_strategy = 0;
     Add(*key);
-    m_candidates.back().exists = RootedExists(name);
+    m_candidates[m_count - 1].exists = RootedExists(name);
 }
 
 // Makes a candidate the key that a reference with this text names; false when it names none. A key
@@ -94,13 +111,6 @@ bool Found::IsWithin(std::size_t count, const std::string& key) const {
     return std::any_of(m_candidates.begin(),
                        m_candidates.begin() + static_cast<std::ptrdiff_t>(count),
                        [&key](const ReferenceCandidate& other) { return other.key == key; });
-}
-
-void Found::Shorten(std::size_t count) {
-    for (; m_candidates.size() > count; m_candidates.pop_back()) {
-        m_spare.push_back(std::move(m_candidates.back().key));
-    }
-    m_notes.resize(count);
 }
 
 }  // namespace vexa::strategies

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,7 +21,9 @@ public:
     void Begin(std::int32_t strategy) { m_strategy = strategy; }
 
     // The candidates for the reference.
-    const std::vector<ReferenceCandidate>& Candidates() const { return m_candidates; }
+    std::span<const ReferenceCandidate> Candidates() const {
+        return {m_candidates.data(), m_count};
+    }
     // Adds one; false for "", which is none. `loose` for what may be no key as it stands.
     bool Add(std::string_view key, bool loose = false);
     bool IsLoose(std::size_t index) const { return m_notes[index].loose; }
@@ -30,6 +33,9 @@ public:
     // The key of a name taken from the resource root; null when it names nothing. Whether its file
     // is there. Mostly asked several times about one name.
     const std::string* RootedKey(const std::string& name);
+    // The same key when the name is it as it stands, but for separators in front; else null. Such a
+    // key can be joined to a folder's as well.
+    const std::string* PlainKey(const std::string& name);
     bool RootedExists(const std::string& name);
 
     // Adds the working name as the last candidate. All are then keys, each once, of which is known
@@ -57,12 +63,12 @@ private:
 
     bool Settle(std::size_t index);
     bool IsWithin(std::size_t count, const std::string& key) const;
-    void Shorten(std::size_t count);
 
     std::int32_t m_strategy = 0;
+    // Behind the first `m_count` are some of earlier references, whose memory is used again.
     std::vector<ReferenceCandidate> m_candidates;
-    std::vector<Note> m_notes;         // one for each candidate
-    std::vector<std::string> m_spare;  // texts for the next candidates
+    std::size_t m_count = 0;
+    std::vector<Note> m_notes;  // one for each candidate
     Rooted m_rooted;
 };
 

@@ -145,7 +145,16 @@ bool Root(const std::string&, std::string& name, Found& found) {
 }
 
 bool Directory(const std::string& file, std::string& name, Found& found) {
-    return JoinedKey(file, name, found.scratch) && found.Add(found.scratch);
+    std::string& key = found.scratch;
+    const std::string* const folder = CanBeAName(name) ? FolderOf(file) : nullptr;
+    if (!folder) return false;
+    key = *folder;
+    if (const std::string* const plain = found.PlainKey(name)) {
+        vxio::AppendSegment(key, *plain);
+    } else if (!AppendNormalised(name, key)) {
+        return false;
+    }
+    return found.Add(key);
 }
 
 bool Binding(const std::string&, std::string& name, Found& found) {
@@ -172,7 +181,8 @@ bool Effect(const std::string& file, std::string& name, Found& found) {
 bool Anchored(const std::string&, std::string& name, Found&) {
     const std::size_t before = name.size();
     const auto dropSeparators = [&name] {
-        name.erase(0, std::min(name.find_first_not_of("/\\"), name.size()));
+        const auto end = std::ranges::find_if_not(name, vxio::IsSeparator);
+        if (end != name.begin()) name.erase(name.begin(), end);
     };
     dropSeparators();
     if (name.size() > 4 && name.starts_with("res") && vxio::IsSeparator(name[3])) {
@@ -185,8 +195,10 @@ bool Anchored(const std::string&, std::string& name, Found&) {
 // Candidates keep their uncut form too: a file may be named "a#b.png". They lose what the name
 // loses, no more: "#" in the directory of the referring file is no selector.
 bool Selector(const std::string&, std::string& name, Found& found) {
-    const std::size_t selector = name.find_first_of("#?|");
-    if (selector == std::string::npos) return false;
+    const auto begins = [](char c) { return c == '#' || c == '?' || c == '|'; };
+    const auto selector =
+        static_cast<std::size_t>(std::ranges::find_if(name, begins) - name.begin());
+    if (selector == name.size()) return false;
     const std::string tail = vxio::FormatPath(name.substr(selector));
     name.resize(selector);
     const std::size_t count = found.Candidates().size();
