@@ -1,6 +1,5 @@
 find_package(Threads REQUIRED)
 find_package(pugixml REQUIRED)
-find_package(TBB REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(fmt REQUIRED)
 find_package(CLI11 REQUIRED)
