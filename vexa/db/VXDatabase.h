@@ -113,8 +113,8 @@ public:
                  const std::function<void(std::size_t, std::string_view value)>& take,
                  MDB_txn* transaction);
 
-    // The number of the last change that the transaction sees: each commit that changes anything, by
-    // whatever process, counts one up. 0 on failure.
+    // The number of the last change that the transaction sees: each commit that changes anything,
+    // by whatever process, counts one up. 0 on failure.
     std::uint64_t LastChange(MDB_txn* transaction);
 
     // Deletes every record of a table.
