@@ -22,6 +22,10 @@ endif()
 if(VX_WERROR)
   target_compile_options(vx_options INTERFACE $<IF:$<CXX_COMPILER_ID:MSVC>,/WX,-Werror>)
 endif()
+if(UNIX AND NOT APPLE)
+  # Packages name libraries of which nothing is left to be taken, as when their headers hold all.
+  target_link_options(vx_options INTERFACE LINKER:--as-needed)
+endif()
 if(VX_SANITIZE)
   target_compile_options(vx_options INTERFACE -fsanitize=${VX_SANITIZE} -fno-omit-frame-pointer
                          -fno-sanitize-recover=all)

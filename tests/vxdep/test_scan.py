@@ -34,6 +34,14 @@ class Summary(ProjectCase):
         self.assertEqual(self.summary(), {**first, "files": 4, "regenerated": 1, "removed": 1,
                                           "references": 1, "referrers": 1})
 
+    def test_a_stamp_that_is_taken_away_between_scans_that_have_nothing_to_do(self):
+        self.write_harbour()
+        for regenerated in (2, 0, 0, 0):
+            self.assertEqual(self.summary()["regenerated"], regenerated)
+        subprocess.run([os.environ["VX_SET_LIST"], "props/barrel.scene"], cwd=self.root, check=True)
+        for regenerated in (1, 0, 0):
+            self.assertEqual(self.summary()["regenerated"], regenerated)
+
     def test_rows(self):
         self.write_harbour()
         rows = [line.split() for line in self.succeed("-q", "scan").lines]

@@ -277,6 +277,11 @@ bool VXDatabase::GetEach(DatabaseTable table, std::size_t count,
     return code == MDB_NOTFOUND || Succeeded(use, "cannot read the records", code);
 }
 
+std::uint64_t VXDatabase::LastChange(MDB_txn* transaction) {
+    const TransactionUse use(transaction);
+    return use ? mdb_txn_id(use.Handle()) : (NotLive(), 0);
+}
+
 bool VXDatabase::Clear(DatabaseTable table, MDB_txn* transaction) {
     const TransactionUse use(transaction);
     if (!use) return NotLive();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -111,6 +112,10 @@ public:
                  const std::function<std::string_view(std::size_t)>& keyAt,
                  const std::function<void(std::size_t, std::string_view value)>& take,
                  MDB_txn* transaction);
+
+    // The number of the last change that the transaction sees: each commit that changes anything,
+    // by whatever process, counts one up. 0 on failure.
+    std::uint64_t LastChange(MDB_txn* transaction);
 
     // Deletes every record of a table.
     bool Clear(DatabaseTable table, MDB_txn* transaction);

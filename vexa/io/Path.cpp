@@ -60,8 +60,8 @@ std::string GetFileName(const std::string& path) {
     return path.substr(NameStart(path));
 }
 
-std::string GetFileExtension(const std::string& path) {
-    return path.substr(ExtensionStart(path));
+std::string GetFileExtension(std::string_view path) {
+    return std::string(path.substr(ExtensionStart(path)));
 }
 
 std::string GetFileNameWithoutExtension(const std::string& path) {

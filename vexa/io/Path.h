@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 // Path functions of the engine's I/O library. They work on text alone, touch no disk and may be
 // called from any thread. Both "/" and "\" count as separators on input; results that are not cut
@@ -25,7 +26,7 @@ std::string GetDirName(const std::string& path);
 std::string GetFileName(const std::string& path);
 
 // The text from the last "." of the last component on, with the dot; "" for a name without one.
-std::string GetFileExtension(const std::string& path);
+std::string GetFileExtension(std::string_view path);
 
 // The last component without its extension.
 std::string GetFileNameWithoutExtension(const std::string& path);

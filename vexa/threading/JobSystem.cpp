@@ -1,8 +1,5 @@
 #include "vexa/threading/JobSystem.h"
 
-#include <oneapi/tbb/global_control.h>
-#include <oneapi/tbb/task_arena.h>
-
 #include <algorithm>
 #include <array>
 #include <condition_variable>
@@ -12,11 +9,11 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "vexa/Export.h"
 #include "vexa/common/Log.h"
 #include "vexa/threading/ThreadName.h"
 
@@ -85,8 +82,8 @@ private:
     std::vector<JobHandle> m_free;
 };
 
-// Jobs wait in queues of our own, one per priority; oneTBB is only asked for a worker per job. So
-// the order among jobs is exact, and everything passed between threads goes through our mutex.
+// Jobs wait in queues, one per priority, for workers: a thread for each core, started when a job
+// finds none idle.
 class JobSystem {
 public:
     static JobSystem& Instance() {
@@ -96,12 +93,16 @@ public:
 
     JobHandle Run(std::function<void()> work, JobPriority priority, const char* name) {
         auto job = std::make_shared<Job>(Job{std::move(work), name ? name : "", false});
-        std::lock_guard lock(m_mutex);
+        std::unique_lock lock(m_mutex);
+        const bool taken = EnsureWorker();
         m_waiting.at(static_cast<std::size_t>(priority)).push_back(job);
-        m_arena.enqueue([] { Instance().RunNext(); });
+        ++m_waitingCount;
         const JobHandle handle = m_handles.Add(job);
         if (handle == 0)
             LogWarning("Job %s runs without a handle: none are left", job->name.c_str());
+        lock.unlock();
+        m_came.notify_one();
+        if (!taken) RunNext();
         return handle;
     }
 
@@ -117,6 +118,21 @@ public:
     }
 
 private:
+    // Sees to it that there is somebody for one job more. False when there is nobody at all: the
+    // process is at its limit of threads.
+    bool EnsureWorker() {
+        if (m_idle > m_waitingCount || m_workers == m_mostWorkers) return true;
+        try {
+            std::thread([this] {
+                while (true) RunNext();
+            }).detach();
+            ++m_workers;
+        } catch (const std::system_error&) {
+            // Those that are there take it when they have ended theirs.
+        }
+        return m_workers > 0;
+    }
+
     void RunNext() {
         const std::shared_ptr<Job> job = TakeNext();
         RunWork(*job);
@@ -125,26 +141,29 @@ private:
         m_ended.notify_all();
     }
 
-    // Never finds the queues empty: as many workers are asked for as there are jobs.
     std::shared_ptr<Job> TakeNext() {
-        std::lock_guard lock(m_mutex);
+        std::unique_lock lock(m_mutex);
+        ++m_idle;
+        m_came.wait(lock, [this] { return m_waitingCount > 0; });
+        --m_idle;
         auto queue = m_waiting.rbegin();
         while (queue->empty()) ++queue;
         std::shared_ptr<Job> job = std::move(queue->front());
         queue->pop_front();
+        --m_waitingCount;
         return job;
     }
 
-    std::mutex m_mutex;
+    const unsigned m_mostWorkers = std::max(std::thread::hardware_concurrency(), 1U);
+
+    std::mutex m_mutex;  // all that follows
+    std::condition_variable m_came;
     std::condition_variable m_ended;
     std::array<std::deque<std::shared_ptr<Job>>, 3> m_waiting;  // by priority, the lowest first
+    std::size_t m_waitingCount = 0;
+    std::size_t m_idle = 0;
+    unsigned m_workers = 0;
     HandleTable m_handles;
-    // A worker for each core. By default oneTBB leaves one core to the callers, so that on two
-    // cores a long job would keep all others waiting.
-    const int m_workers = static_cast<int>(std::max(std::thread::hardware_concurrency(), 1U));
-    tbb::global_control m_limit{tbb::global_control::max_allowed_parallelism,
-                                static_cast<std::size_t>(m_workers) + 1};
-    tbb::task_arena m_arena{m_workers + 1, 1};
 };
 
 }  // namespace
@@ -163,13 +182,3 @@ void job_wait(JobHandle handle) {
 }
 
 }  // namespace vexa
-
-#if defined(__SANITIZE_THREAD__)
-// oneTBB's library is not instrumented, so the sanitizer does not see how it orders the accesses
-// that oneTBB's own inline code makes to its recycled tasks. Only races with that code on top are
-// left out.
-extern "C" VX_API const char* __tsan_default_suppressions();
-const char* __tsan_default_suppressions() {
-    return "race_top:oneapi/tbb/\n";
-}
-#endif

@@ -14,7 +14,8 @@ using JobHandle = std::uint16_t;
 // debuggers as the worker's thread name while the job runs, and in the log when the job throws
 // (the exception goes no further). The handle must be given back with job_release; 0 is no handle.
 // May be called from any thread. The system is never destroyed; jobs still running when the
-// process ends are abandoned.
+// process ends are abandoned. Without a thread to be had (the process is at its limit) the caller
+// runs the job before this returns.
 JobHandle run(std::function<void()> work, JobPriority priority, unsigned char worker,
               const char* name);
 

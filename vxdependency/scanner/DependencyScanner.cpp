@@ -229,7 +229,8 @@ void DependencyScanner::FolderUnread(const ListedFolder& folder, ScanWalk& walk)
 
 // Sorts what a walk listed into the buckets, in the order of the keys.
 void DependencyScanner::GetAllFiles(ListedFolder& folder, ScanWalk& walk) {
-    folder.InKeyOrder([&](const ListedEntry& entry) { MeetFile(folder, entry, walk); },
+    const std::string key = KeyOf(folder.path);
+    folder.InKeyOrder([&](const ListedEntry& entry) { MeetFile(folder, key, entry, walk); },
                       [&](ListedFolder& below) {
                           GetAllFiles(below, walk);
                           below = {};  // a tree holds much, and it is not needed any more
@@ -237,8 +238,8 @@ void DependencyScanner::GetAllFiles(ListedFolder& folder, ScanWalk& walk) {
     if (folder.error != 0) FolderUnread(folder, walk);
 }
 
-void DependencyScanner::MeetFile(const ListedFolder& folder, const ListedEntry& entry,
-                                 ScanWalk& walk) {
+void DependencyScanner::MeetFile(const ListedFolder& folder, const std::string& key,
+                                 const ListedEntry& entry, ScanWalk& walk) {
     const std::string_view name = folder.NameOf(entry);
     if (name.find('\\') != std::string_view::npos) {
         LogWarning("%s/%s: left out: its name holds a backslash", WithSlashes(folder.path).c_str(),
@@ -247,7 +248,7 @@ void DependencyScanner::MeetFile(const ListedFolder& folder, const ListedEntry& 
     }
     Bucket& bucket = BucketOf(folder, name);
     const FileTable::Number file =
-        walk.files.Add(KeyOf(folder.path), name, entry.writeTimeNs, entry.size, bucket.isRead);
+        walk.files.Add(key, name, entry.writeTimeNs, entry.size, bucket.isRead);
     // Links and folders that are not descended may lead anywhere.
     constexpr unsigned kElsewhere = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
     if (entry.attributes & kElsewhere) {
@@ -260,7 +261,7 @@ void DependencyScanner::MeetFile(const ListedFolder& folder, const ListedEntry& 
 
 DependencyScanner::Bucket& DependencyScanner::BucketOf(const ListedFolder& folder,
                                                        std::string_view name) {
-    const std::string extension = vexa::vxio::GetFileExtension(std::string(name));
+    const std::string extension = vexa::vxio::GetFileExtension(name);
     const auto [bucket, isNew] = m_buckets.try_emplace(extension);
     if (isNew || bucket->second.records.empty()) {
         bucket->second.isRead = CDependencyManager::GetSingletonPtr()->HasDependencyGenerator(
@@ -537,6 +538,7 @@ bool DependencyScanner::Finish(ScanWalk& walk) {
     const vexa::StepGate::Pass pass(*m_gate);
     if (!CDependencyManager::GetSingletonPtr()->Forget(walk.vanished)) return Stop(walk);
     walk.statistics.removed = static_cast<std::int64_t>(walk.vanished.size());
+    RememberInStep(walk);
     Store().SetMeta("last_scan", std::to_string(vexa::os::UnixTimeMs()));
     return true;
 }

@@ -162,7 +162,8 @@ private:
     bool ReadFiles(ScanWalk& walk);
     void GetAllFiles(ListedFolder& folder, ScanWalk& walk);
     void FolderUnread(const ListedFolder& folder, ScanWalk& walk);
-    void MeetFile(const ListedFolder& folder, const ListedEntry& entry, ScanWalk& walk);
+    void MeetFile(const ListedFolder& folder, const std::string& key, const ListedEntry& entry,
+                  ScanWalk& walk);
     Bucket& BucketOf(const ListedFolder& folder, std::string_view name);
     bool PrepareStore(ScanWalk& walk);
     std::vector<const Bucket*> BucketsInOrder() const;

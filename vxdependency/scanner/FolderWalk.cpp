@@ -43,7 +43,11 @@ void Sort(ListedFolder& folder) {
     });
 }
 
-void List(ListedFolder& folder) {
+// Growing, the lists of a folder would leave a hole of their size in memory at every step: they
+// grow in `spare`, which is used again.
+void List(ListedFolder& folder, ListedFolder& spare) {
+    spare.names.clear();
+    spare.entries.clear();
     _finddata64i32_t data;
     const std::intptr_t handle = _findfirst64i32((folder.path + "/*.*").c_str(), &data);
     if (handle == -1) {
@@ -56,18 +60,20 @@ void List(ListedFolder& folder) {
             folder.folders.push_back(std::make_unique<ListedFolder>());
             folder.folders.back()->path = folder.path + "\\" + data.name;
         } else {
-            AddEntry(data, handle, folder);
+            AddEntry(data, handle, spare);
         }
     } while (_findnext64i32(handle, &data) == 0);
     if (errno != ENOENT) folder.error = errno;
     _findclose(handle);
+    folder.names = spare.names;
+    folder.entries = spare.entries;
     Sort(folder);
 }
 
 // A thread that ended here would have the others wait for it for ever.
-void ListOrSayWhyNot(ListedFolder& folder) {
+void ListOrSayWhyNot(ListedFolder& folder, ListedFolder& spare) {
     try {
-        List(folder);
+        List(folder, spare);
     } catch (const std::bad_alloc&) {
         folder.error = ENOMEM;
     }
@@ -82,6 +88,7 @@ public:
 
     // Lists folders until none is left, waiting for those that the other thread may yet find.
     void Run() {
+        ListedFolder spare;
         std::unique_lock lock(m_mutex);
         while (true) {
             m_changed.wait(lock, [this] { return !m_waiting.empty() || m_busy == 0; });
@@ -91,7 +98,7 @@ public:
             ++m_busy;
             lock.unlock();
             const bool goOn = m_goOn();
-            if (goOn) ListOrSayWhyNot(folder);
+            if (goOn) ListOrSayWhyNot(folder, spare);
             lock.lock();
             --m_busy;
             for (const auto& below : folder.folders) m_waiting.push_back(below.get());

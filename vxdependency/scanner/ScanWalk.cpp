@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "vexa/common/InterfaceBox.h"
+#include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/store/GeneralDependency.h"
 
 using vexa::vxdependency::CatalogueEntry;
@@ -79,11 +80,14 @@ private:
     Number m_next = 0;
 };
 
-// The files that are read and whose time stamp is another, or none.
-std::vector<Number> WithOtherStamp(const FileTable& files) {
+// The files from `begin` to `end` that are read and whose time stamp is another, or none.
+std::vector<Number> WithOtherStamp(const FileTable& files, Number begin, Number end) {
     std::vector<Number> asked;
-    for (Number i = 0; i < files.Size(); ++i) {
-        if (files.IsRead(i)) asked.push_back(i);
+    std::vector<std::int64_t> expected;
+    for (Number i = begin; i < end; ++i) {
+        if (!files.IsRead(i)) continue;
+        asked.push_back(i);
+        expected.push_back(files.WriteTime(i));
     }
     std::vector<bool> same(asked.size());
     std::string path = vexa::InterfaceBox::Instance().GetResourceRoot() + '/';
@@ -94,13 +98,58 @@ std::vector<Number> WithOtherStamp(const FileTable& files) {
             path.resize(root);
             return std::string_view(path += files.KeyOf(asked[i]));
         },
-        [&](std::size_t i, std::int64_t stamp) { same[i] = stamp == files.WriteTime(asked[i]); });
+        [&](std::size_t i, std::int64_t stamp) { same[i] = stamp == expected[i]; });
     std::size_t kept = 0;
     for (std::size_t i = 0; i < asked.size(); ++i) {
         if (!same[i]) asked[kept++] = asked[i];
     }
     asked.resize(kept);
     return asked;
+}
+
+// True when there were any.
+bool MarkOtherStamps(FileTable& files, const std::vector<Number>& other) {
+    for (const Number file : other) files.SetChange(file, FileChange::Changed);
+    return !other.empty();
+}
+
+void CompareWithCatalogue(ScanWalk& walk) {
+    Comparison comparison(walk);
+    GeneralDependency::Instance()->ForEachFile(
+        "", [&comparison](std::string_view key, const CatalogueEntry& entry) {
+            comparison.Visit(key, entry);
+            return true;
+        });
+    comparison.End();
+}
+
+// Time stamps lie anywhere in the store: to look them up takes several times as long as to compare
+// with the catalogue. True when all are their files' own.
+bool CompareWithAll(ScanWalk& walk) {
+    const auto size = static_cast<Number>(walk.files.Size());
+    auto lower = std::async(std::launch::async, WithOtherStamp, std::cref(walk.files), 0, size / 2);
+    CompareWithCatalogue(walk);
+    const bool upper = MarkOtherStamps(walk.files, WithOtherStamp(walk.files, size / 2, size));
+    return !MarkOtherStamps(walk.files, lower.get()) && !upper;
+}
+
+constexpr char kInStep[] = "in_step";
+
+// Names a state of the store, and the types of files that are read.
+std::string NameOfState(std::uint64_t change) {
+    std::vector<std::string> extensions;
+    vexa::CDependencyManager::GetSingletonPtr()->GetRegisterExtList(extensions);
+    std::ranges::sort(extensions);
+    std::string name = std::to_string(change);
+    for (const std::string& extension : extensions) name.append(1, ' ').append(extension);
+    return name;
+}
+
+// Whether a scan found all in step, and nothing but that was written to the store since: then the
+// time stamps are still what they were.
+bool IsAsLeft(std::uint64_t change) {
+    std::string left;
+    return GeneralDependency::Instance()->GetMeta(kInStep, left) && left == NameOfState(change - 1);
 }
 
 }  // namespace
@@ -113,15 +162,17 @@ void CompareWithStore(ScanWalk& walk) {
         walk.isFirst = true;
         return;
     }
-    auto otherStamp = std::async(WithOtherStamp, std::cref(walk.files));
-    Comparison comparison(walk);
-    GeneralDependency::Instance()->ForEachFile(
-        "", [&comparison](std::string_view key, const CatalogueEntry& entry) {
-            comparison.Visit(key, entry);
-            return true;
-        });
-    comparison.End();
-    for (const Number file : otherStamp.get()) walk.files.SetChange(file, FileChange::Changed);
+    const std::uint64_t change = GeneralDependency::Instance()->LastChange();
+    const bool ownStamps =
+        IsAsLeft(change) ? (CompareWithCatalogue(walk), true) : CompareWithAll(walk);
+    const bool differs = !ownStamps || !walk.changed.empty() || !walk.vanished.empty();
+    if (!differs && walk.unreadable.empty()) walk.inStep = change;
+}
+
+void RememberInStep(const ScanWalk& walk) {
+    auto& store = *GeneralDependency::Instance();
+    if (walk.inStep != 0 && store.LastChange() == walk.inStep)
+        store.SetMeta(kInStep, NameOfState(walk.inStep));
 }
 
 void MarkForReading(ScanWalk& walk, const std::vector<std::string>& keys) {

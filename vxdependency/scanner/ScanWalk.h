@@ -32,6 +32,7 @@ struct ScanWalk {
     std::vector<std::string> affected;  // keys of files whose lists those may have changed
     bool isFirst = false;               // the catalogue knew no files
     bool newFiles = false;              // the walk met files that the catalogue did not know
+    std::uint64_t inStep = 0;  // the last change of the store, when nothing differs from it
     ScanStatistics statistics;
 };
 
@@ -40,6 +41,9 @@ struct ScanWalk {
 // catalogue's figures. Changed is also a file whose time stamp is not its own: somebody asked for a
 // new reading, or another file shares the record.
 void CompareWithStore(ScanWalk& walk);
+// Has the next scan know that the store was in step, if this is the next thing that is written to
+// it.
+void RememberInStep(const ScanWalk& walk);
 
 // Has files (keys) read by this scan though they have not changed. Those that the walk did not meet
 // are passed over.

@@ -378,6 +378,12 @@ bool GeneralDependency::SetMeta(const std::string& name, const std::string& text
     return WriteCatalogue(Catalogue::MetaRecordKey(name), text);
 }
 
+std::uint64_t GeneralDependency::LastChange() {
+    if (!FlushOwnBatch()) return 0;
+    const ReadTransaction transaction(m_database);
+    return transaction == nullptr ? 0 : m_database.LastChange(transaction);
+}
+
 bool GeneralDependency::Clear() {
     if (m_batch->IsInBatch()) return m_batch->Clear();
     return m_batch->WriteDirectly(

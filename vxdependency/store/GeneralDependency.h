@@ -150,6 +150,9 @@ public:
     bool GetMeta(const std::string& name, std::string& out);
     bool SetMeta(const std::string& name, const std::string& text);
 
+    // Counts one up with each commit that changes the store, by whatever process. 0 on failure.
+    std::uint64_t LastChange();
+
     // Forgets everything but the layout version.
     bool Clear();
 
