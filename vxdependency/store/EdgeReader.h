@@ -42,6 +42,11 @@ public:
     // The other ends of the edges of `key`, sorted.
     std::vector<std::string> EdgesOf(const std::string& key, Direction direction);
 
+    // Whether an entry of the forward list of `from` is confirmed.
+    bool IsEdge(std::string_view from, std::string_view to) {
+        return Confirms({to, Direction::Inverse}, from);
+    }
+
 private:
     std::vector<std::string> ConfirmedOf(std::string_view list, std::string_view key,
                                          Direction back);
