@@ -34,7 +34,7 @@ std::vector<std::string> GraphReader::Reachable(const std::string& key, Directio
 namespace {
 
 void VisitEdges(const WholeGraph& graph, const GraphReader::VisitInPlace& visit) {
-    const std::vector<WholeGraph::Edge>& edges = graph.Edges();
+    const WholeGraph::EdgeTable& edges = graph.Edges();
     std::size_t first = 0;
     const GraphReader::EdgeAt edgeAt = [&](std::size_t i) {
         constexpr std::size_t kAhead = 16;

@@ -4,7 +4,8 @@
 #include <memory_resource>
 #include <span>
 #include <string_view>
-#include <vector>
+
+#include "vexa/os/LargePages.h"
 
 namespace vexa::vxdependency {
 
@@ -20,7 +21,7 @@ public:
     Number NumberOf(std::string_view name);
 
     // The names by their numbers; they live as long as the table.
-    const std::vector<std::string_view>& Names() const { return m_names; }
+    const os::LargeTable<std::string_view>& Names() const { return m_names; }
 
     // Frees what the numbers of names are found by; names may only be read then.
     void Close() { m_slots = {}; }
@@ -36,8 +37,8 @@ private:
     void Grow();
 
     std::pmr::monotonic_buffer_resource m_room;  // of the names
-    std::vector<std::string_view> m_names;
-    std::vector<Slot> m_slots;
+    os::LargeTable<std::string_view> m_names;
+    os::LargeTable<Slot> m_slots;
 };
 
 }  // namespace vexa::vxdependency

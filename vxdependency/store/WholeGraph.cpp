@@ -9,12 +9,12 @@ namespace {
 
 using Node = WholeGraph::Node;
 using Edge = WholeGraph::Edge;
+using EdgeTable = WholeGraph::EdgeTable;
 
 // Sorts by a part of one end, and keeps the order of edges that have it in common.
 constexpr unsigned kPartBits = 11;
 
-void SortByPart(std::vector<Edge>& edges, Node Edge::*end, unsigned shift,
-                std::vector<Edge>& spare) {
+void SortByPart(EdgeTable& edges, Node Edge::*end, unsigned shift, EdgeTable& spare) {
     constexpr Node kMask = (Node{1} << kPartBits) - 1;
     std::array<std::size_t, kMask + 2> places{};
     for (const Edge& edge : edges) ++places[(edge.*end >> shift & kMask) + 1];
@@ -26,13 +26,12 @@ void SortByPart(std::vector<Edge>& edges, Node Edge::*end, unsigned shift,
 
 // The same by all of it, part by part: so each time few places are written to, and all of them stay
 // in the caches. One for each node would be a million.
-void SortByEnd(std::vector<Edge>& edges, Node Edge::*end, std::size_t nodes,
-               std::vector<Edge>& spare) {
+void SortByEnd(EdgeTable& edges, Node Edge::*end, std::size_t nodes, EdgeTable& spare) {
     for (unsigned shift = 0; nodes >> shift != 0; shift += kPartBits)
         SortByPart(edges, end, shift, spare);
 }
 
-void SortUnique(std::vector<Edge>& edges, std::size_t nodes, std::vector<Edge>& spare) {
+void SortUnique(EdgeTable& edges, std::size_t nodes, EdgeTable& spare) {
     SortByEnd(edges, &Edge::second, nodes, spare);
     SortByEnd(edges, &Edge::first, nodes, spare);
     edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
@@ -41,7 +40,7 @@ void SortUnique(std::vector<Edge>& edges, std::size_t nodes, std::vector<Edge>& 
 // Makes edges of the entries of lists, which it keeps until there are enough to be looked up.
 class EdgeMaker {
 public:
-    EdgeMaker(NameTable& names, std::vector<Edge>& edges, std::vector<Edge>& opposite)
+    EdgeMaker(NameTable& names, EdgeTable& edges, EdgeTable& opposite)
         : m_names(names), m_edges(edges), m_opposite(opposite) {}
 
     // The list ends with the call.
@@ -81,8 +80,8 @@ private:
     static constexpr std::size_t kEnough = 256;
 
     NameTable& m_names;
-    std::vector<Edge>& m_edges;
-    std::vector<Edge>& m_opposite;
+    EdgeTable& m_edges;
+    EdgeTable& m_opposite;
     std::string m_text;  // of the lists that are waiting
     std::vector<Entry> m_entries;
     std::vector<std::string_view> m_texts;
@@ -146,20 +145,20 @@ void WholeGraph::ReadListsFrom(EdgeReader& reader, Direction direction, Node fir
 // Numbers the nodes anew, in the order of their names. The catalogue has told most of them in that
 // order.
 void WholeGraph::SortNodes() {
-    const std::vector<std::string_view>& found = m_found.Names();
+    const os::LargeTable<std::string_view>& found = m_found.Names();
     std::vector<Node> order(found.size());
     std::iota(order.begin(), order.end(), Node{0});
     const auto byName = [&found](Node left, Node right) { return found[left] < found[right]; };
     const auto rest = std::is_sorted_until(order.begin(), order.end(), byName);
     std::sort(rest, order.end(), byName);
     std::inplace_merge(order.begin(), rest, order.end(), byName);
-    std::vector<Node> rank(order.size());
+    os::LargeTable<Node> rank(order.size());
     m_names.resize(order.size());
     for (Node node = 0; node < order.size(); ++node) {
         rank[order[node]] = node;
         m_names[node] = found[order[node]];
     }
-    for (std::vector<Edge>* const edges : {&m_edges, &m_opposite}) {
+    for (EdgeTable* const edges : {&m_edges, &m_opposite}) {
         for (auto& [from, to] : *edges) {
             from = rank[from];
             to = rank[to];

@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "vexa/common/Prefetch.h"
 #include "vxdependency/store/EdgeReader.h"
@@ -23,6 +22,7 @@ class WholeGraph {
 public:
     using Node = NameTable::Number;  // in the order of the names
     using Edge = std::pair<Node, Node>;
+    using EdgeTable = os::LargeTable<Edge>;
 
     // Edges run from the node whose list in `direction` it is; sorted.
     WholeGraph(GeneralDependency& store, Direction direction);
@@ -30,7 +30,7 @@ public:
     // Turns every edge around.
     void Transpose();
 
-    const std::vector<Edge>& Edges() const { return m_edges; }
+    const EdgeTable& Edges() const { return m_edges; }
     std::string_view NameOf(Node node) const { return m_names[node]; }
 
     // Begin to fetch the name of a node, which lies anywhere in memory; the first comes well before
@@ -45,10 +45,10 @@ private:
     void KeepConfirmed();
 
     NameTable m_found;  // numbers the nodes until they are sorted
-    std::vector<std::string_view> m_names;
-    std::vector<Edge> m_edges;
-    std::vector<Edge> m_opposite;  // the same edges, as the other ends' lists tell
-    std::vector<Edge> m_spare;     // for sorting
+    os::LargeTable<std::string_view> m_names;
+    EdgeTable m_edges;
+    EdgeTable m_opposite;  // the same edges, as the other ends' lists tell
+    EdgeTable m_spare;     // for sorting
 };
 
 }  // namespace vexa::vxdependency
