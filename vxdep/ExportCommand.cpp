@@ -26,13 +26,13 @@ public:
         m_keys = 0;
         m_output.Write(m_text);
     }
-    void Add(const std::string& key, const std::vector<std::string>& edges) {
+    void Add(std::string_view key, std::size_t count, const GraphReader::EdgeAt& edgeAt) {
         m_text = m_keys++ == 0 ? "\n  " : ",\n  ";
         AppendJsonText(m_text, key);
         m_text += ": [";
-        for (const std::string& edge : edges) {
-            m_text += &edge == edges.data() ? "\n   " : ",\n   ";
-            AppendJsonText(m_text, edge);
+        for (std::size_t i = 0; i < count; ++i) {
+            m_text += i == 0 ? "\n   " : ",\n   ";
+            AppendJsonText(m_text, edgeAt(i));
         }
         m_text += "\n  ]";
         m_output.Write(m_text);
@@ -48,17 +48,17 @@ private:
 
 // Both directions are of one state of the store, whoever writes to it meanwhile.
 void WriteGraph(GraphWriter& writer) {
-    using List = std::vector<std::string>;
     bool inverse = false;
     const auto beginInverse = [&] {
         if (!std::exchange(inverse, true)) writer.Begin("inverse");
     };
-    const auto addForward = [&](const std::string& key, const List& edges) {
-        writer.Add(key, edges);
+    using EdgeAt = GraphReader::EdgeAt;
+    const auto addForward = [&](std::string_view key, std::size_t count, const EdgeAt& edgeAt) {
+        writer.Add(key, count, edgeAt);
     };
-    const auto addInverse = [&](const std::string& key, const List& edges) {
+    const auto addInverse = [&](std::string_view key, std::size_t count, const EdgeAt& edgeAt) {
         beginInverse();
-        writer.Add(key, edges);
+        writer.Add(key, count, edgeAt);
     };
     writer.Begin("forward");
     GraphReader(&Project::Store()).ForEach(addForward, addInverse);

@@ -10,6 +10,7 @@
 
 #include "tests/support/LogCapture.h"
 #include "vexa/threading/CommandQueue.h"
+#include "vexa/threading/EachInParallel.h"
 #include "vexa/threading/JobSystem.h"
 #include "vexa/threading/StepGate.h"
 #include "vexa/threading/ThreadName.h"
@@ -123,6 +124,19 @@ TEST(CommandQueue, WakesItsOwner) {
     poster.join();
     EXPECT_EQ(ran, 1000);
     EXPECT_EQ(CommandQueueOfThread(1).run_pending(), 0u);
+}
+
+TEST(EachInParallel, EachPieceIsDoneOnceUnlessOneThrows) {
+    constexpr std::size_t kPieces = 10000;
+    std::vector<std::atomic<int>> done(kPieces);
+    const auto count = [&]() -> PieceOfWork { return [&](std::size_t piece) { ++done[piece]; }; };
+    EXPECT_TRUE(EachInParallel(kPieces, count, nullptr));
+    for (const std::atomic<int>& times : done) ASSERT_EQ(times, 1);
+    EXPECT_FALSE(EachInParallel(kPieces, count, [](std::size_t) { return false; }));
+    const auto fail = []() -> PieceOfWork {
+        return [](std::size_t) { throw std::runtime_error("broken"); };
+    };
+    EXPECT_THROW(EachInParallel(kPieces, fail, nullptr), std::runtime_error);
 }
 
 TEST(StepGate, ShutWaitsForTheStepAndLetsNoOtherBegin) {

@@ -64,6 +64,22 @@ class Renaming(ProjectCase):
         self.graph()
 
 
+class ManyFiles(Renaming):
+    def test_more_than_one_thread_rewrites(self):
+        for number in range(300):
+            self.write(f"many/{number}.scene", scene("textures/wood.tga", "textures/stone.tga"))
+        self.succeed("scan")
+        before = self.contents()
+        (self.res / "many/200.scene").chmod(0o444)
+        self.change_nothing("rename", "textures/wood.tga", "textures/oak.tga",
+                            preexec_fn=obey_permissions)
+        (self.res / "many/200.scene").chmod(0o644)
+        self.assertEqual(len(self.rename("textures/wood.tga", "textures/oak.tga")["edits"]), 301)
+        users = [key for key, edges in self.graph().items() if "textures/oak.tga" in edges]
+        self.assertEqual(len(users), 301)
+        self.undo(before)
+
+
 class Names(Renaming):
     def test_case_only(self):
         for old, new, texture in (("textures/stone.tga", "textures/Stone.TGA", "textures/Stone.TGA"),

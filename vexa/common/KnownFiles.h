@@ -69,7 +69,7 @@ private:
     Answer m_otherwise;
     int m_numberBits;
     std::uint32_t m_added = 0;
-    std::vector<std::uint64_t, os::LargePages<std::uint64_t>> m_slots;  // 0: empty
+    os::LargeTable<std::uint64_t> m_slots;  // 0: empty
     tsl::robin_set<std::uint64_t, Identity> m_unknown;
 };
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <system_error>
 
 #include "vexa/io/Path.h"
@@ -12,6 +14,7 @@
 #include "vexa/os/AtomicFile.h"
 #include "vexa/os/FileAccess.h"
 #include "vexa/os/WindowsApi.h"
+#include "vexa/threading/EachInParallel.h"
 
 namespace vexa {
 
@@ -47,6 +50,14 @@ void ThrowAway(const std::string& folder, const std::string& trash) {
     if (MoveFileA(folder.c_str(), trash.c_str())) RemoveTree(trash);
 }
 
+// Why the old contents of a file cannot be kept; "" when they are.
+std::string KeepOne(const FileEdit& edit, const std::string& plan) {
+    if (os::IdentityOf(edit.target) != edit.before)
+        return edit.target + ": was changed by another program meanwhile";
+    if (edit.kept.empty() || os::KeepContents(edit.target, plan + "/" + edit.kept)) return "";
+    return edit.target + ": its contents cannot be kept: " + ErrnoText();
+}
+
 // A folder's number in the history; 0 for another one.
 unsigned NumberOf(const std::string& name) {
     const bool digits = !name.empty() && name.find_first_not_of("0123456789") == std::string::npos;
@@ -78,9 +89,6 @@ bool ChangeJournal::TakeLock(std::chrono::milliseconds patience) {
     m_busy = false;
     if (m_locked) return true;
     if (!MakeFolders(m_directory)) return Fail(m_directory + ": cannot be made: " + ErrnoText());
-    // ext4 looks for a place for each new file past all that were deleted beside it within the last
-    // minutes: after a build or checkout that is half of the time that a large plan takes.
-    os::SpreadFolders(m_directory);
     if (const std::error_code error = m_lock.Open(m_directory + "/lock", false))
         return Fail(m_directory + "/lock: " + error.message());
     const auto deadline = std::chrono::steady_clock::now() + patience;
@@ -114,8 +122,21 @@ bool ChangeJournal::Begin(std::chrono::milliseconds patience) {
     RemoveTree(m_directory + kTrash);
     m_changes = {};
     m_applied = false;
-    if (MakeFolders(StagingFolder()) && MakeFolders(PathOf(Folder::Plan) + "/old")) return true;
+    if (MakePlan()) return true;
     return Fail(PathOf(Folder::Plan) + ": cannot be made: " + ErrnoText());
+}
+
+// ext4 without a journal looks for a place for each new file past all that were deleted beside it
+// within the last minutes: after a build or a checkout that takes longer than all the rest. So the
+// staged files are to lie apart from all others. Where, the name decides under which their folder
+// is made: one that no earlier plan had, whose files may be such.
+bool ChangeJournal::MakePlan() {
+    const std::string plan = PathOf(Folder::Plan);
+    if (!MakeFolders(plan + "/old")) return false;
+    os::SpreadFolders(plan);
+    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+    const std::string staging = fmt::format("{}/{:x}", plan, now);
+    return os::MakeFolder(staging) && MoveFileA(staging.c_str(), StagingFolder().c_str());
 }
 
 // Renames a folder of changes, durably: the step that counts.
@@ -129,19 +150,37 @@ bool ChangeJournal::Enter(const std::string& from, Folder to) {
     return false;
 }
 
-// Gives the old contents their second names, and gets everything that is needed onto the disk.
-bool ChangeJournal::Prepare() {
+// Gives the old contents of all files their second names.
+bool ChangeJournal::Keep() {
     const std::string plan = PathOf(Folder::Plan);
+    std::set<std::string> folders;  // of the staged files; those of the kept ones are called alike
     for (FileEdit& edit : m_changes.edits) {
-        const std::string number = edit.staged;
-        edit.staged = "new/" + number;
-        if (os::IdentityOf(edit.target) != edit.before)
-            return Fail(edit.target + ": was changed by another program meanwhile");
-        if (edit.before.number == 0) continue;
-        edit.kept = "old/" + number;
-        if (!os::KeepContents(edit.target, plan + "/" + edit.kept))
-            return Fail(edit.target + ": its contents cannot be kept: " + ErrnoText());
+        folders.insert(plan + "/old/" + vxio::GetDirName(edit.staged));
+        if (edit.before.number != 0) edit.kept = "old/" + edit.staged;
+        edit.staged.insert(0, "new/");
     }
+    for (const std::string& folder : folders) {
+        if (!os::MakeFolder(folder)) return Fail(folder + ": cannot be made: " + ErrnoText());
+    }
+    std::mutex guard;
+    bool kept = true;
+    const auto keep = [&](std::size_t i) {
+        const std::string failure = KeepOne(m_changes.edits[i], plan);
+        const std::lock_guard lock(guard);
+        if (!failure.empty() && kept) kept = Fail(failure);
+    };
+    const auto goOn = [&](std::size_t) {
+        const std::lock_guard lock(guard);
+        return kept;
+    };
+    return EachInParallel(
+        m_changes.edits.size(), [&] { return keep; }, goOn);
+}
+
+// Gets everything that is needed onto the disk.
+bool ChangeJournal::Prepare() {
+    if (!Keep()) return false;
+    const std::string plan = PathOf(Folder::Plan);
     const std::string list = plan + kList;
     if (!os::WriteNewFile(list, WriteChangeSet(m_changes, m_base), ""))
         return Fail(list + ": cannot be written: " + ErrnoText());

@@ -83,6 +83,8 @@ private:
     std::string PathOf(Folder folder) const;
     bool TakeLock(std::chrono::milliseconds patience);
     bool Load(const std::string& folder);
+    bool MakePlan();
+    bool Keep();
     bool Prepare();
     bool Perform();
     bool Enter(const std::string& from, Folder to);

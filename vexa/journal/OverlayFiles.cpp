@@ -1,5 +1,6 @@
 #include "vexa/journal/OverlayFiles.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -45,22 +46,40 @@ bool OverlayFiles::Locate(const std::string& path, std::string& place) const {
     return VirtualPlace(path, virtualPlace) && RealPlace(virtualPlace, place);
 }
 
-FilePtr OverlayFiles::ReadFile(const std::string& path) {
-    std::string place;
-    if (!Locate(path, place)) return nullptr;
-    place = os::FollowLinks(place);
+// Where the contents of a path are written, once links are followed. What has been read or edited
+// is no link.
+bool OverlayFiles::LocateFile(const std::string& path, std::string& place) const {
+    if (!Locate(path, place)) return false;
     {
         const std::shared_lock lock(m_guard);
-        const auto edit = m_edits.find(place);
-        if (edit != m_edits.end()) place = m_staging + "/" + edit->second.staged;
+        if (m_read.contains(place) || m_edits.contains(place)) return true;
     }
-    const os::FileIdentity identity = os::IdentityOf(place);
+    place = os::FollowLinks(place);
+    return true;
+}
+
+FilePtr OverlayFiles::ReadFile(const std::string& path) {
+    std::string place;
+    if (!LocateFile(path, place)) return nullptr;
+    const bool edited = FindStaged(place);
+    const os::FileIdentity identity = edited ? os::FileIdentity{} : os::IdentityOf(place);
     FilePtr file = Below().ReadFile(place);
-    const bool failed = !file && identity.number != 0 && !Below().GetState(place).directory;
+    const bool there = edited || identity.number != 0;
+    const bool failed = !file && there && !Below().GetState(place).directory;
+    if (edited && !failed) return file;
     const std::unique_lock lock(m_guard);
     if (failed) m_failures.insert(path + ": cannot be read");
-    m_read.emplace(place, identity);
+    if (!edited) m_read.emplace(place, identity);
     return file;
+}
+
+// Takes the place of an edited file to where its new contents are.
+bool OverlayFiles::FindStaged(std::string& place) const {
+    const std::shared_lock lock(m_guard);
+    const auto edit = m_edits.find(place);
+    if (edit == m_edits.end()) return false;
+    place = m_staging + "/" + edit->second.staged;
+    return true;
 }
 
 bool OverlayFiles::FileExists(const std::string& path) {
@@ -68,7 +87,22 @@ bool OverlayFiles::FileExists(const std::string& path) {
     return state.exists && !state.directory;
 }
 
+// Each path is looked at once: the references of many files name the same ones.
 FileState OverlayFiles::GetState(const std::string& path) {
+    std::size_t changes = 0;
+    {
+        const std::shared_lock lock(m_guard);
+        const auto known = m_states.find(path);
+        if (known != m_states.end()) return known->second;
+        changes = m_changes;
+    }
+    const FileState state = LookAt(path);
+    const std::unique_lock lock(m_guard);
+    if (changes == m_changes) m_states.emplace(path, state);
+    return state;
+}
+
+FileState OverlayFiles::LookAt(const std::string& path) const {
     std::string place;
     if (!Locate(path, place)) return {};
     FileState state = Below().GetState(place);
@@ -78,10 +112,17 @@ FileState OverlayFiles::GetState(const std::string& path) {
     return state;
 }
 
+// What was looked at may be there now, or not any more.
+void OverlayFiles::ForgetStates() {
+    ++m_changes;
+    m_states.clear();
+}
+
 bool OverlayFiles::FindPlace(const std::string& path, std::string& place) {
     if (!Locate(path, place)) return false;
+    const std::string file = os::FollowLinks(place);
     const std::shared_lock lock(m_guard);
-    return !m_edits.contains(os::FollowLinks(place));
+    return !m_edits.contains(file);
 }
 
 bool OverlayFiles::FailSaving(const std::string& path, std::string& error) {
@@ -94,27 +135,43 @@ bool OverlayFiles::FailSaving(const std::string& path, std::string& error) {
 bool OverlayFiles::Save(const std::string& path, std::string_view bytes, std::string& error) {
     std::string place;
     errno = ENOENT;
-    if (!Locate(path, place)) return FailSaving(path, error);
-    place = os::FollowLinks(place);
+    if (!LocateFile(path, place)) return FailSaving(path, error);
     if (!os::CanReplace(place)) return FailSaving(path, error);
-    FileEdit edit = EditOf(place);
-    if (!Stage(edit, bytes)) return FailSaving(path, error);
+    FileEdit edit;
+    if (!FindEdit(place, edit) || !Stage(edit, bytes)) return FailSaving(path, error);
     const std::unique_lock lock(m_guard);
+    if (edit.before.number == 0) ForgetStates();
     m_edits[place] = std::move(edit);
     return true;
 }
 
-// The edit of a file, if need be a new one.
-FileEdit OverlayFiles::EditOf(const std::string& place) {
+// Finds the edit of a file, if need be begins a new one.
+bool OverlayFiles::FindEdit(const std::string& place, FileEdit& edit) {
     const std::unique_lock lock(m_guard);
     const auto found = m_edits.find(place);
-    if (found != m_edits.end()) return found->second;
-    FileEdit edit;
+    if (found != m_edits.end()) {
+        edit = found->second;
+        return true;
+    }
     edit.target = place;
-    edit.staged = std::to_string(m_staged++);
     const auto read = m_read.find(place);
     edit.before = read == m_read.end() ? os::IdentityOf(place) : read->second;
-    return edit;
+    return NextName(edit.staged);
+}
+
+// A folder of thousands takes longer for each name that is added or looked for.
+bool OverlayFiles::NextName(std::string& name) {
+    constexpr std::size_t kFilesInAFolder = 128;
+    const std::size_t number = m_staged;
+    name = std::to_string(number);
+    if (number >= kFilesInAFolder) {
+        const std::string folder = "more" + std::to_string(number / kFilesInAFolder);
+        const bool first = number % kFilesInAFolder == 0;
+        if (first && !os::MakeFolder(m_staging + "/" + folder)) return false;
+        name.insert(0, folder + "/");
+    }
+    ++m_staged;
+    return true;
 }
 
 bool OverlayFiles::Stage(FileEdit& edit, std::string_view bytes) const {
@@ -127,8 +184,7 @@ bool OverlayFiles::Stage(FileEdit& edit, std::string_view bytes) const {
 
 os::FileIdentity OverlayFiles::IdentityOfContents(const std::string& path) const {
     std::string place;
-    if (!Locate(path, place)) return {};
-    place = os::FollowLinks(place);
+    if (!LocateFile(path, place)) return {};
     const std::shared_lock lock(m_guard);
     const auto edit = m_edits.find(place);
     if (edit != m_edits.end()) return edit->second.after;
@@ -172,6 +228,8 @@ std::uint32_t OverlayFiles::Move(const std::string& from, const std::string& to)
 
 void OverlayFiles::Rename(const std::string& from, const std::string& to,
                           const std::string& place) {
+    const std::unique_lock lock(m_guard);
+    ForgetStates();
     // What was moved to below `from` before goes along.
     const std::string below = from + "/";
     for (auto at = m_places.lower_bound(below);
@@ -201,6 +259,7 @@ ChangeSet OverlayFiles::TakeChanges() {
     ChangeSet changes;
     changes.moves = std::exchange(m_moves, {});
     for (auto& [target, edit] : m_edits) changes.edits.push_back(std::move(edit));
+    std::ranges::sort(changes.edits, {}, &FileEdit::target);
     m_edits.clear();
     return changes;
 }

@@ -46,10 +46,15 @@ private:
     bool VirtualPlace(const std::string& path, std::string& place) const;
     bool RealPlace(const std::string& virtualPlace, std::string& place) const;
     bool Locate(const std::string& path, std::string& place) const;
+    bool LocateFile(const std::string& path, std::string& place) const;
+    bool FindStaged(std::string& place) const;
+    FileState LookAt(const std::string& path) const;
+    void ForgetStates();
     bool EntryIsThere(const std::string& path) const;
     std::uint32_t CheckTarget(const std::string& to) const;
     void Rename(const std::string& from, const std::string& to, const std::string& place);
-    FileEdit EditOf(const std::string& place);
+    bool FindEdit(const std::string& place, FileEdit& edit);
+    bool NextName(std::string& name);
     bool Stage(FileEdit& edit, std::string_view bytes) const;
     bool FailSaving(const std::string& path, std::string& error);
 
@@ -59,11 +64,13 @@ private:
     std::map<std::string, std::optional<std::string>> m_places;
     std::vector<PathMove> m_moves;
 
-    mutable std::shared_mutex m_guard;        // what follows
-    std::map<std::string, FileEdit> m_edits;  // by target
+    mutable std::shared_mutex m_guard;                  // what follows
+    std::unordered_map<std::string, FileEdit> m_edits;  // by target
     std::size_t m_staged = 0;
     std::set<std::string> m_failures;
     std::unordered_map<std::string, os::FileIdentity> m_read;  // files, as they were then
+    std::unordered_map<std::string, FileState> m_states;       // by paths that were asked for
+    std::size_t m_changes = 0;                                 // after which they were forgotten
 };
 
 }  // namespace vexa

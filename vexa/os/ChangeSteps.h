@@ -33,6 +33,9 @@ bool CanReplace(const std::string& path);
 // Whether entries can be added to and taken out of a folder by us.
 bool CanChangeFolder(const std::string& folder);
 
+// Makes a folder, in one that is there. True also when it is there already.
+bool MakeFolder(const std::string& path);
+
 // Makes a new file with these bytes, and the permissions and owner of the file `like` where that is
 // there. Not synced.
 bool WriteNewFile(const std::string& path, std::string_view bytes, const std::string& like);

@@ -68,6 +68,10 @@ bool CanChangeFolder(const std::string& folder) {
     return ::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
+bool MakeFolder(const std::string& path) {
+    return ::mkdir(path.c_str(), 0777) == 0 || errno == EEXIST;
+}
+
 bool WriteNewFile(const std::string& path, std::string_view bytes, const std::string& like) {
     struct stat old;
     const bool exists = ::lstat(like.c_str(), &old) == 0;

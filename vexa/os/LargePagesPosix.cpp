@@ -1,5 +1,6 @@
 #include <sys/mman.h>
 
+#include <cstdlib>
 #include <new>
 
 #include "vexa/os/LargePages.h"
@@ -8,24 +9,23 @@ namespace vexa::os {
 
 namespace {
 
-constexpr std::size_t kPage = std::size_t{2} << 20;  // of x86-64 and most of AArch64
-
-bool IsLarge(std::size_t bytes) {
-    return bytes >= 2 * kPage;
-}
+constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
 }  // namespace
 
-void* AllocateLarge(std::size_t bytes) {
-    if (!IsLarge(bytes)) return ::operator new(bytes);
-    void* const memory = ::operator new(bytes, std::align_val_t(kPage));
-    // Whole pages alone, so that no more memory is used than was asked for. It is a hint.
-    ::madvise(memory, bytes / kPage * kPage, MADV_HUGEPAGE);
+void* AllocateLargePages(std::size_t size) {
+    const bool large = size >= 2 * kLargePage;
+    void* const memory =
+        large ? std::aligned_alloc(kLargePage, (size + kLargePage - 1) & ~(kLargePage - 1))
+              : std::malloc(size);
+    if (memory == nullptr) throw std::bad_alloc();
+    // A hint. Of the last page just a part may be needed.
+    if (large) ::madvise(memory, size / kLargePage * kLargePage, MADV_HUGEPAGE);
     return memory;
 }
 
-void FreeLarge(void* memory, std::size_t bytes) noexcept {
-    IsLarge(bytes) ? ::operator delete(memory, std::align_val_t(kPage)) : ::operator delete(memory);
+void FreeLargePages(void* memory) noexcept {
+    std::free(memory);
 }
 
 }  // namespace vexa::os

@@ -33,8 +33,9 @@ struct TextHash : std::hash<std::string_view> {
 // table. Paths are resource paths in the form that the manager hands out (see GeneratorForm).
 //
 // Generators hold no locks: what they read at construction never changes, so the reading slots (1,
-// 15 to 17) may be called from any thread; the manager serialises the calls that write files. No
-// slot throws for a bad file.
+// 15 to 17) may be called from any thread. The manager serialises the calls that write files,
+// except that it has the references of many files renamed (3) on several threads at once, each file
+// on one. No slot throws for a bad file.
 class VX_API CDependencyBase {
 public:
     using List = std::vector<std::string>;

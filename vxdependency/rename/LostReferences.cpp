@@ -66,8 +66,8 @@ std::string ReasonOfLoss(const ConcernedFile& file, const std::string& expected,
 
 }  // namespace
 
-void CompareReferences(const ConcernedFile& file, const PendingRenames& renames, IFileService& disk,
-                       RenamePlan& plan) {
+void CompareReferences(const ConcernedFile& file, const PendingRenames& renames,
+                       vxdependency::EdgeReader& edges, IFileService& disk, RenamePlan& plan) {
     const auto nameNow = [&renames](const std::string& key) {
         const std::string* const name = renames.NewNameOf(key);
         return name ? *name : key;
@@ -82,6 +82,10 @@ void CompareReferences(const ConcernedFile& file, const PendingRenames& renames,
     for (const std::string& resource : file.after) {
         if (!expected.contains(resource)) plan.appearing.push_back({file.newKey, resource});
     }
+    // An entry that is no edge cannot be lost. Few are asked: that takes a look into the list of
+    // each.
+    const auto isNone = [&](const std::string& entry) { return !edges.IsEdge(file.oldKey, entry); };
+    std::erase_if(lost, isNone);
     if (lost.empty()) return;
 
     PlaceObserver places(file.oldKey);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include "vexa/common/ReadFailures.h"
 #include "vexa/os/WindowsApi.h"
 #include "vexa/threading/CommandQueue.h"
+#include "vexa/threading/EachInParallel.h"
 #include "vxdependency/generators/DependencyBase.h"
 #include "vxdependency/generators/FilesBefore.h"
 #include "vxdependency/generators/ReferenceObserver.h"
@@ -31,6 +33,10 @@ thread_local RenameOperation* t_operation = nullptr;
 
 GeneralDependency& Store() {
     return *GeneralDependency::Instance();
+}
+
+void Append(auto& from, auto& to) {
+    to.insert(to.end(), std::make_move_iterator(from.begin()), std::make_move_iterator(from.end()));
 }
 
 // Collects the references that slots rewrite.
@@ -59,6 +65,27 @@ FileLook LookOf(const os::FileIdentity& identity) {
 }
 
 }  // namespace
+
+class RenameOperation::Planning {
+public:
+    explicit Planning(RenameOperation& operation)
+        : m_operation(operation),
+          m_before(std::exchange(t_operation, &operation)),
+          m_use(*operation.m_overlay),
+          m_failures(ReadFailuresOfThisThread()) {}
+    ~Planning() {
+        m_operation.m_unread += ReadFailuresOfThisThread() - m_failures;
+        t_operation = m_before;
+    }
+    Planning(const Planning&) = delete;
+    Planning& operator=(const Planning&) = delete;
+
+private:
+    RenameOperation& m_operation;
+    RenameOperation* const m_before;
+    const FileServiceUse m_use;
+    const std::uint64_t m_failures;
+};
 
 RenameOperation::RenameOperation(CDependencyManager& manager, PendingRenames& renames,
                                  std::unordered_set<std::string>& rewritten, ChangeJournal& journal)
@@ -206,29 +233,28 @@ RenameOperation::List RenameOperation::Recorded(const std::string& key, bool inv
 }
 
 void RenameOperation::Plan(const RenameOptions& options) {
-    const std::uint64_t failures = ReadFailuresOfThisThread();
-    m_edges.emplace(Store().Database());
-    MoveCompanions();
-    FindDependents();
-    const List concerned = FindConcerned();
-    const std::size_t total = m_dependents.size() + concerned.size();
-    std::size_t done = 0;
-    const auto goOn = [&] { return !options.progress || options.progress(++done, total); };
-    for (const auto& [file, followed] : m_dependents) {
-        Rewrite(file, m_followed[followed]);
-        if (!goOn()) return AddProblem("interrupted");
+    List concerned;
+    {
+        const Planning planning(*this);
+        MoveCompanions();
+        FindDependents();
+        concerned = FindConcerned();
     }
-    for (const std::string& file : concerned) {
-        Read(file);
-        if (!goOn()) return AddProblem("interrupted");
-    }
-    m_edges.reset();
+    const std::size_t dependents = m_dependents.size();
+    const auto after = [&](std::size_t before) -> Progress {
+        if (!options.progress) return nullptr;
+        return [&options, before, total = dependents + concerned.size()](std::size_t done) {
+            return options.progress(before + done, total);
+        };
+    };
+    if (!RewriteDependents(after(0)) || !ReadConcerned(concerned, after(dependents)))
+        return AddProblem("interrupted");
     const auto byPlace = [](const auto& entry) { return std::tie(entry.file, entry.line); };
     std::ranges::stable_sort(m_plan.edits, {}, byPlace);
     std::ranges::stable_sort(m_plan.notRewritten, {}, byPlace);
     for (const std::string& failure : m_overlay->GetFailures()) AddProblem(failure);
     // Which one, the log says.
-    if (ReadFailuresOfThisThread() != failures)
+    if (m_unread != 0)
         AddProblem("a file that is concerned cannot be read: its references would be lost");
 }
 
@@ -293,11 +319,25 @@ void RenameOperation::FindUnrecorded(std::unordered_set<std::string>& seen) {
     }
 }
 
-void RenameOperation::Rewrite(const std::string& file, const Followed& followed) {
-    if (!m_rewritten.insert(file).second) return;
+bool RenameOperation::RewriteDependents(const Progress& goOn) {
+    std::vector<std::vector<RenamePlan::Edit>> edits(m_dependents.size());
+    const auto join = [&]() -> PieceOfWork {
+        return [&, planning = std::make_shared<Planning>(*this)](std::size_t i) {
+            const auto& [file, followed] = m_dependents[i];
+            Rewrite(file, m_followed[followed], edits[i]);
+        };
+    };
+    const bool done = EachInParallel(edits.size(), join, goOn);
+    for (auto& some : edits) Append(some, m_plan.edits);
+    return done;
+}
+
+void RenameOperation::Rewrite(const std::string& file, const Followed& followed,
+                              std::vector<RenamePlan::Edit>& edits) {
+    if (m_rewritten.contains(file)) return;
     CDependencyBase* const generator = m_manager.GetDependencyGenerator(file);
     if (!generator) return;
-    EditObserver observer(m_plan.edits);
+    EditObserver observer(edits);
     const ObserverUse use(&observer);
     generator->RenameReference(GeneratorForm(file), followed.oldKey, followed.newKey);
 }
@@ -329,17 +369,34 @@ RenameOperation::List RenameOperation::FindConcerned() {
     return files;
 }
 
-void RenameOperation::Read(const std::string& file) {
-    std::unique_ptr<FileReading> reading = m_manager.ReadReferences(file);
-    if (reading) {
-        const std::string before = NameBefore(file);
-        const ConcernedFile concerned{before, file,
-                                      m_edges->EdgesOf(before, vxdependency::Direction::Forward),
-                                      reading->list};
-        CompareReferences(concerned, m_renames, m_disk, m_plan);
+bool RenameOperation::ReadConcerned(const List& files, const Progress& goOn) {
+    std::vector<Concerned> concerned(files.size());
+    const auto join = [&]() -> PieceOfWork {
+        auto planning = std::make_shared<Planning>(*this);
+        // Of the store before the rename.
+        auto edges = std::make_shared<vxdependency::EdgeReader>(Store().Database());
+        return [&, planning, edges](std::size_t i) { concerned[i] = Read(files[i], *edges); };
+    };
+    const bool done = EachInParallel(files.size(), join, goOn);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        Append(concerned[i].changes.notRewritten, m_plan.notRewritten);
+        Append(concerned[i].changes.appearing, m_plan.appearing);
+        m_concerned.emplace(files[i], std::move(concerned[i]));
     }
-    const os::FileIdentity identity = m_overlay->IdentityOfContents(file);
-    m_concerned[file] = {std::move(reading), LookOf(identity)};
+    return done;
+}
+
+RenameOperation::Concerned RenameOperation::Read(const std::string& file,
+                                                 vxdependency::EdgeReader& edges) {
+    Concerned concerned;
+    concerned.reading = m_manager.ReadReferences(file);
+    if (concerned.reading) {
+        ConcernedFile lists{NameBefore(file), file, Recorded(file, false), concerned.reading->list};
+        std::ranges::sort(lists.before);
+        CompareReferences(lists, m_renames, edges, m_disk, concerned.changes);
+    }
+    concerned.look = LookOf(m_overlay->IdentityOfContents(file));
+    return concerned;
 }
 
 // --- making it happen ---

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -22,7 +23,9 @@ namespace vexa {
 // store behind them. What was read of the files over the overlay is what the store gets, and what
 // tells which references would be lost.
 //
-// To be used under the manager's mutex, by one thread.
+// To be used under the manager's mutex, by one thread. Of many files it has the workers of the job
+// system rewrite and read some, which take that mutex for theirs: nothing that they call waits for
+// it (see OfThisThread).
 class RenameOperation {
 public:
     using List = CDependencyManager::List;
@@ -33,7 +36,7 @@ public:
     RenameOperation(const RenameOperation&) = delete;
     RenameOperation& operator=(const RenameOperation&) = delete;
 
-    // The operation that the calling thread is planning, or null.
+    // The operation that the calling thread is planning or helps to plan, or null.
     static RenameOperation* OfThisThread();
 
     // Takes the journal and makes the operation the thread's own. False with GetError.
@@ -72,6 +75,8 @@ public:
     void AddProblem(const std::string& problem);
 
 private:
+    using Progress = std::function<bool(std::size_t done)>;
+
     struct Followed {
         std::string oldKey;
         std::string newKey;
@@ -81,7 +86,11 @@ private:
     struct Concerned {
         std::unique_ptr<FileReading> reading;  // null without a generator
         FileLook look;                         // of the contents that were read
+        RenamePlan changes;                    // of its references
     };
+
+    // Has the calling thread plan for the operation during the life of the object.
+    class Planning;
 
     std::string PlaceOf(const std::string& key) const;
     std::string NameNow(const std::string& oldKey) const;
@@ -90,8 +99,11 @@ private:
     void FindDependents();
     void FindUnrecorded(std::unordered_set<std::string>& seen);
     List FindConcerned();
-    void Rewrite(const std::string& file, const Followed& followed);
-    void Read(const std::string& file);
+    bool RewriteDependents(const Progress& goOn);
+    void Rewrite(const std::string& file, const Followed& followed,
+                 std::vector<RenamePlan::Edit>& edits);
+    bool ReadConcerned(const List& files, const Progress& goOn);
+    Concerned Read(const std::string& file, vxdependency::EdgeReader& edges);
     List ConcernedKeys() const;
     bool UpdateStore();
     void Carry(const Followed& followed);
@@ -107,11 +119,11 @@ private:
     std::unique_ptr<OverlayFiles> m_overlay;
     std::unique_ptr<FileServiceUse> m_use;
 
-    std::optional<vxdependency::EdgeReader> m_edges;  // of the store before the rename
     std::vector<Followed> m_followed;
     List m_vanished;  // keys below a moved folder of which no file is left
     std::vector<std::pair<std::string, std::size_t>> m_dependents;  // new key, and whose it is
     std::map<std::string, Concerned> m_concerned;                   // by new key
+    std::atomic<std::uint64_t> m_unread{0};  // files that could not be read while planning
     RenamePlan m_plan;
     std::string m_error;
 };

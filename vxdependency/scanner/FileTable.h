@@ -55,12 +55,10 @@ private:
         std::uint64_t size : 63;
         std::uint64_t isRead : 1;
     };
-    template <class Element>
-    using Table = std::vector<Element, vexa::os::LargePages<Element>>;
 
-    Table<File> m_files;
-    Table<FileChange> m_changes;
+    vexa::os::LargeTable<File> m_files;
+    vexa::os::LargeTable<FileChange> m_changes;
     // Looked up at random, by the million: apart from the rest, they fit in a cache.
-    Table<std::uint32_t> m_keyEnds;
+    vexa::os::LargeTable<std::uint32_t> m_keyEnds;
     std::basic_string<char, std::char_traits<char>, vexa::os::LargePages<char>> m_keys;
 };

@@ -16,6 +16,11 @@ std::string RecordText(std::string_view key, Direction direction) {
     return text;
 }
 
+void ReportNoList(const ListRecord& record, std::string_view value) {
+    const std::string text = RecordText(record.key, record.direction);
+    ListText(std::string(value), {record.id, text});  // which says so
+}
+
 void ReportFailure(const VXDatabase& database) {
     LogError("the dependency graph cannot be read: %s", database.GetError().c_str());
 }
@@ -49,12 +54,27 @@ void EdgeReader::ForEachFile(const std::function<void(std::string_view)>& visit)
 void EdgeReader::VisitList(const ListRecord& record,
                            const std::function<void(std::string_view)>& read) const {
     const auto readList = [&](std::string_view value) {
-        if (EntryList::IsList(value)) return read(value);
-        const std::string text = RecordText(record.key, record.direction);
-        ListText(std::string(value), {record.id, text});  // which says so
+        EntryList::IsList(value) ? read(value) : ReportNoList(record, value);
     };
     const int status = VisitRecord(m_database, record.id, readList, m_transaction);
     if (status == VXDatabase::kFailed && m_transaction != nullptr) ReportFailure(m_database);
+}
+
+void EdgeReader::VisitLists(std::size_t count, const std::function<RecordId(std::size_t)>& idAt,
+                            const std::function<ListRecord(std::size_t)>& recordAt,
+                            const std::function<void(std::size_t, std::string_view)>& read) const {
+    RecordId id = 0;
+    const auto keyAt = [&](std::size_t i) {
+        id = idAt(i);
+        return std::string_view(reinterpret_cast<const char*>(&id), sizeof id);
+    };
+    const auto readList = [&](std::size_t i, std::string_view value) {
+        EntryList::IsList(value) ? read(i, value) : ReportNoList(recordAt(i), value);
+    };
+    if (m_transaction != nullptr &&
+        !m_database.GetEach(DatabaseTable::Dependency, count, keyAt, readList, m_transaction)) {
+        ReportFailure(m_database);
+    }
 }
 
 std::vector<std::string> EdgeReader::EdgesOf(const std::string& key, Direction direction) {

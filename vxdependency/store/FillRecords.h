@@ -56,8 +56,6 @@ public:
     std::string TextOf(const Record& record) const;
 
 private:
-    template <class Element>
-    using Table = std::vector<Element, os::LargePages<Element>>;
     class ListMaker;
     struct Step;
 
@@ -77,9 +75,9 @@ private:
     const std::vector<std::string_view>& m_entries;
     const std::string& m_directory;
     // The files that name an entry, by its number: those from m_firstUser[n] to m_firstUser[n + 1].
-    Table<std::uint32_t> m_firstUser;
-    Table<std::uint32_t> m_users;
-    Table<std::uint64_t> m_order;                 // id as it sorts, kind, index
+    os::LargeTable<std::uint32_t> m_firstUser;
+    os::LargeTable<std::uint32_t> m_users;
+    os::LargeTable<std::uint64_t> m_order;        // id as it sorts, kind, index
     mutable std::vector<std::uint32_t> m_places;  // of the files by number; made when asked for
 };
 

@@ -1,7 +1,6 @@
 #include "vxdependency/store/GraphReader.h"
 
 #include <algorithm>
-#include <iterator>
 #include <unordered_set>
 
 #include "vxdependency/store/EdgeReader.h"
@@ -34,49 +33,40 @@ std::vector<std::string> GraphReader::Reachable(const std::string& key, Directio
 
 namespace {
 
-// A list that keeps the room of its strings for the next one: otherwise that is a fifth of an
-// export.
-class Refilled {
-public:
-    const std::vector<std::string>& Get() const { return m_list; }
-    void Add(std::string_view text) {
-        if (m_spare.empty()) {
-            m_list.emplace_back(text);
-            return;
+void VisitEdges(const WholeGraph& graph, const GraphReader::VisitInPlace& visit) {
+    const WholeGraph::EdgeTable& edges = graph.Edges();
+    std::size_t first = 0;
+    const GraphReader::EdgeAt edgeAt = [&](std::size_t i) {
+        constexpr std::size_t kAhead = 16;
+        const std::size_t at = first + i;
+        if (at + 2 * kAhead < edges.size()) {
+            graph.PrefetchPlace(edges[at + 2 * kAhead].second);
+            graph.PrefetchName(edges[at + kAhead].second);
         }
-        m_list.push_back(std::move(m_spare.back()));
-        m_spare.pop_back();
-        m_list.back().assign(text);
-    }
-    void Clear() {
-        std::ranges::move(m_list, std::back_inserter(m_spare));
-        m_list.clear();
-    }
-
-private:
-    std::vector<std::string> m_list;
-    std::vector<std::string> m_spare;
-};
-
-void VisitEdges(const WholeGraph& graph, const GraphReader::Visit& visit) {
-    const std::vector<WholeGraph::Edge>& edges = graph.Edges();
-    Refilled ends;
-    for (std::size_t i = 0; i < edges.size(); ++i) {
-        const WholeGraph::Node from = edges[i].first;
-        ends.Add(graph.NameOf(edges[i].second));
-        if (i + 1 < edges.size() && edges[i + 1].first == from) continue;
-        visit(std::string(graph.NameOf(from)), ends.Get());
-        ends.Clear();
+        return graph.NameOf(edges[at].second);
+    };
+    while (first < edges.size()) {
+        const WholeGraph::Node from = edges[first].first;
+        std::size_t end = first + 1;
+        while (end < edges.size() && edges[end].first == from) ++end;
+        visit(graph.NameOf(from), end - first, edgeAt);
+        first = end;
     }
 }
 
 }  // namespace
 
 void GraphReader::ForEach(Direction direction, const Visit& visit) const {
-    VisitEdges(WholeGraph(*m_store, direction), visit);
+    std::vector<std::string> edges;
+    const auto visitCopies = [&](std::string_view key, std::size_t count, const EdgeAt& edgeAt) {
+        edges.resize(count);
+        for (std::size_t i = 0; i < count; ++i) edges[i] = edgeAt(i);
+        visit(std::string(key), edges);
+    };
+    VisitEdges(WholeGraph(*m_store, direction), visitCopies);
 }
 
-void GraphReader::ForEach(const Visit& forward, const Visit& inverse) const {
+void GraphReader::ForEach(const VisitInPlace& forward, const VisitInPlace& inverse) const {
     WholeGraph graph(*m_store, Direction::Forward);
     VisitEdges(graph, forward);
     graph.Transpose();

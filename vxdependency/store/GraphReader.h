@@ -35,8 +35,14 @@ public:
     using Visit =
         std::function<void(const std::string& key, const std::vector<std::string>& edges)>;
     void ForEach(Direction direction, const Visit& visit) const;
-    // Both directions of one state: all of the forward one, then all of the inverse one.
-    void ForEach(const Visit& forward, const Visit& inverse) const;
+    // Both directions of one state: all of the forward one, then all of the inverse one. Names are
+    // not copied; those of a million files lie anywhere in memory, so that a list is read through
+    // `edgeAt`, best from 0 to `count` - 1, which has the next ones fetched. All ends with the
+    // call.
+    using EdgeAt = std::function<std::string_view(std::size_t)>;
+    using VisitInPlace =
+        std::function<void(std::string_view key, std::size_t count, const EdgeAt& edgeAt)>;
+    void ForEach(const VisitInPlace& forward, const VisitInPlace& inverse) const;
 
     // The number of edges into each resource that has any.
     std::map<std::string, std::size_t> Popularity() const;

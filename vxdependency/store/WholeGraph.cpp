@@ -1,8 +1,7 @@
 #include "vxdependency/store/WholeGraph.h"
 
-#include <xxhash.h>
-
 #include <algorithm>
+#include <array>
 #include <numeric>
 
 namespace vexa::vxdependency {
@@ -10,28 +9,86 @@ namespace {
 
 using Node = WholeGraph::Node;
 using Edge = WholeGraph::Edge;
+using EdgeTable = WholeGraph::EdgeTable;
 
-// Sorts by one end, and keeps the order of edges that have it in common.
-void SortByEnd(std::vector<Edge>& edges, Node Edge::*end, std::size_t nodes) {
-    std::vector<std::size_t> places(nodes + 1);
-    for (const Edge& edge : edges) ++places[edge.*end + 1];
+// Sorts by a part of one end, and keeps the order of edges that have it in common.
+constexpr unsigned kPartBits = 11;
+
+void SortByPart(EdgeTable& edges, Node Edge::*end, unsigned shift, EdgeTable& spare) {
+    constexpr Node kMask = (Node{1} << kPartBits) - 1;
+    std::array<std::size_t, kMask + 2> places{};
+    for (const Edge& edge : edges) ++places[(edge.*end >> shift & kMask) + 1];
     std::partial_sum(places.begin(), places.end(), places.begin());
-    std::vector<Edge> sorted(edges.size());
-    for (const Edge& edge : edges) sorted[places[edge.*end]++] = edge;
-    edges = std::move(sorted);
+    spare.resize(edges.size());
+    for (const Edge& edge : edges) spare[places[edge.*end >> shift & kMask]++] = edge;
+    edges.swap(spare);
 }
 
-void SortUnique(std::vector<Edge>& edges, std::size_t nodes) {
-    SortByEnd(edges, &Edge::second, nodes);
-    SortByEnd(edges, &Edge::first, nodes);
+// The same by all of it, part by part: so each time few places are written to, and all of them stay
+// in the caches. One for each node would be a million.
+void SortByEnd(EdgeTable& edges, Node Edge::*end, std::size_t nodes, EdgeTable& spare) {
+    for (unsigned shift = 0; nodes >> shift != 0; shift += kPartBits)
+        SortByPart(edges, end, shift, spare);
+}
+
+void SortUnique(EdgeTable& edges, std::size_t nodes, EdgeTable& spare) {
+    SortByEnd(edges, &Edge::second, nodes, spare);
+    SortByEnd(edges, &Edge::first, nodes, spare);
     edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
 }
 
-}  // namespace
+// Makes edges of the entries of lists, which it keeps until there are enough to be looked up.
+class EdgeMaker {
+public:
+    EdgeMaker(NameTable& names, EdgeTable& edges, EdgeTable& opposite)
+        : m_names(names), m_edges(edges), m_opposite(opposite) {}
 
-std::size_t WholeGraph::Hash::operator()(std::string_view name) const {
-    return XXH3_64bits(name.data(), name.size());
-}
+    // The list ends with the call.
+    void Add(Node node, std::string_view list, bool opposite) {
+        const std::size_t begin = m_text.size();
+        m_text += list;
+        for (std::size_t at = begin, end; (end = m_text.find('#', at)) != std::string::npos;
+             at = end + 1)
+            m_entries.push_back({at, end - at, node, opposite});
+        if (m_entries.size() >= kEnough) Make();
+    }
+    void Make() {
+        const std::string_view text = m_text;
+        m_texts.clear();
+        for (const Entry& entry : m_entries) m_texts.push_back(text.substr(entry.at, entry.size));
+        m_numbers.resize(m_entries.size());
+        m_names.NumbersOf(m_texts, m_numbers.data());
+        for (std::size_t i = 0; i < m_entries.size(); ++i) {
+            const Node node = m_entries[i].node;
+            if (m_entries[i].opposite) {
+                m_opposite.emplace_back(m_numbers[i], node);
+            } else {
+                m_edges.emplace_back(node, m_numbers[i]);
+            }
+        }
+        m_entries.clear();
+        m_text.clear();
+    }
+
+private:
+    struct Entry {
+        std::size_t at;
+        std::size_t size;
+        Node node;
+        bool opposite;
+    };
+    static constexpr std::size_t kEnough = 256;
+
+    NameTable& m_names;
+    EdgeTable& m_edges;
+    EdgeTable& m_opposite;
+    std::string m_text;  // of the lists that are waiting
+    std::vector<Entry> m_entries;
+    std::vector<std::string_view> m_texts;
+    std::vector<Node> m_numbers;
+};
+
+}  // namespace
 
 WholeGraph::WholeGraph(GeneralDependency& store, Direction direction) {
     store.FlushOwnBatch();
@@ -42,79 +99,66 @@ WholeGraph::WholeGraph(GeneralDependency& store, Direction direction) {
 
 void WholeGraph::Transpose() {
     for (auto& [from, to] : m_edges) std::swap(from, to);
-    SortByEnd(m_edges, &Edge::first, m_names.size());
+    SortByEnd(m_edges, &Edge::first, m_names.size(), m_spare);
 }
 
 void WholeGraph::ReadLists(GeneralDependency& store, Direction direction) {
-    const EdgeReader reader(store.Database());
-    reader.ForEachFile([this](std::string_view key) { NodeOf(key); });
-    for (std::size_t first = 0; first < m_found.size();) {
-        const std::size_t end = m_found.size();
+    EdgeReader reader(store.Database());
+    reader.ForEachFile([this](std::string_view key) { m_found.NumberOf(key); });
+    for (std::size_t first = 0; first < m_found.Names().size();) {
+        const std::size_t end = m_found.Names().size();
         ReadListsFrom(reader, direction, static_cast<Node>(first));
         first = end;
     }
-    m_numbers = {};
+    m_found.Close();
 }
 
 // Reads the lists of the nodes from one on, in the order of the table.
-void WholeGraph::ReadListsFrom(const EdgeReader& reader, Direction direction, Node first) {
+void WholeGraph::ReadListsFrom(EdgeReader& reader, Direction direction, Node first) {
     struct Request {
         RecordId record;
         Node node;
         bool opposite;
     };
     std::vector<Request> requests;
-    requests.reserve(2 * (m_found.size() - first));
-    for (Node node = first; node < m_found.size(); ++node) {
-        requests.push_back({ListRecord(m_found[node], direction).id, node, false});
-        requests.push_back({ListRecord(m_found[node], Opposite(direction)).id, node, true});
+    const auto end = static_cast<Node>(m_found.Names().size());
+    requests.reserve(2 * std::size_t{end - first});
+    for (Node node = first; node < end; ++node) {
+        const std::string_view name = m_found.Names()[node];
+        requests.push_back({ListRecord(name, direction).id, node, false});
+        requests.push_back({ListRecord(name, Opposite(direction)).id, node, true});
     }
     std::ranges::sort(requests, StandsBefore, &Request::record);
-    for (const auto& [record, node, opposite] : requests) {
-        const auto add = [&, node = node, opposite = opposite](std::string_view list) {
-            AddPairs(node, list, opposite, opposite ? m_opposite : m_edges);
-        };
-        reader.VisitList({m_found[node], opposite ? Opposite(direction) : direction, record}, add);
-    }
-}
-
-void WholeGraph::AddPairs(Node node, std::string_view list, bool swapped,
-                          std::vector<Edge>& pairs) {
-    for (std::size_t end; (end = list.find('#')) != std::string_view::npos;
-         list.remove_prefix(end + 1)) {
-        const Node other = NodeOf(list.substr(0, end));
-        pairs.push_back(swapped ? Edge(other, node) : Edge(node, other));
-    }
-}
-
-WholeGraph::Node WholeGraph::NodeOf(std::string_view name) {
-    const std::size_t hash = Hash()(name);
-    const auto known = m_numbers.find(name, hash);
-    if (known != m_numbers.end()) return known->second;
-    const auto number = static_cast<Node>(m_found.size());
-    char* const room = static_cast<char*>(m_room.allocate(name.size(), 1));
-    name.copy(room, name.size());
-    m_numbers.emplace(m_found.emplace_back(room, name.size()), number);
-    return number;
+    EdgeMaker maker(m_found, m_edges, m_opposite);
+    const auto recordAt = [&](std::size_t i) {
+        const auto& [record, node, opposite] = requests[i];
+        return ListRecord(m_found.Names()[node], opposite ? Opposite(direction) : direction,
+                          record);
+    };
+    const auto idAt = [&](std::size_t i) { return requests[i].record; };
+    reader.VisitLists(requests.size(), idAt, recordAt, [&](std::size_t i, std::string_view list) {
+        maker.Add(requests[i].node, list, requests[i].opposite);
+    });
+    maker.Make();
 }
 
 // Numbers the nodes anew, in the order of their names. The catalogue has told most of them in that
 // order.
 void WholeGraph::SortNodes() {
-    std::vector<Node> order(m_found.size());
+    const os::LargeTable<std::string_view>& found = m_found.Names();
+    std::vector<Node> order(found.size());
     std::iota(order.begin(), order.end(), Node{0});
-    const auto byName = [this](Node left, Node right) { return m_found[left] < m_found[right]; };
+    const auto byName = [&found](Node left, Node right) { return found[left] < found[right]; };
     const auto rest = std::is_sorted_until(order.begin(), order.end(), byName);
     std::sort(rest, order.end(), byName);
     std::inplace_merge(order.begin(), rest, order.end(), byName);
-    std::vector<Node> rank(order.size());
+    os::LargeTable<Node> rank(order.size());
     m_names.resize(order.size());
     for (Node node = 0; node < order.size(); ++node) {
         rank[order[node]] = node;
-        m_names[node] = m_found[order[node]];
+        m_names[node] = found[order[node]];
     }
-    m_found = {};
-    for (std::vector<Edge>* const edges : {&m_edges, &m_opposite}) {
+    for (EdgeTable* const edges : {&m_edges, &m_opposite}) {
         for (auto& [from, to] : *edges) {
             from = rank[from];
             to = rank[to];
@@ -123,8 +167,8 @@ void WholeGraph::SortNodes() {
 }
 
 void WholeGraph::KeepConfirmed() {
-    SortUnique(m_edges, m_names.size());
-    SortUnique(m_opposite, m_names.size());
+    SortUnique(m_edges, m_names.size(), m_spare);
+    SortUnique(m_opposite, m_names.size(), m_spare);
     auto other = m_opposite.cbegin();
     const auto unconfirmed = [&](const Edge& edge) {
         while (other != m_opposite.cend() && *other < edge) ++other;

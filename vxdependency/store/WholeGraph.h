@@ -1,18 +1,16 @@
 #pragma once
 
-#include <tsl/robin_map.h>
-
 #include <cstdint>
 #include <functional>
-#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
+#include "vexa/common/Prefetch.h"
 #include "vxdependency/store/EdgeReader.h"
 #include "vxdependency/store/GeneralDependency.h"
 #include "vxdependency/store/GraphReader.h"
+#include "vxdependency/store/NameTable.h"
 
 namespace vexa::vxdependency {
 
@@ -22,8 +20,9 @@ namespace vexa::vxdependency {
 // and a million.
 class WholeGraph {
 public:
-    using Node = std::uint32_t;  // in the order of the names
+    using Node = NameTable::Number;  // in the order of the names
     using Edge = std::pair<Node, Node>;
+    using EdgeTable = os::LargeTable<Edge>;
 
     // Edges run from the node whose list in `direction` it is; sorted.
     WholeGraph(GeneralDependency& store, Direction direction);
@@ -31,30 +30,25 @@ public:
     // Turns every edge around.
     void Transpose();
 
-    const std::vector<Edge>& Edges() const { return m_edges; }
+    const EdgeTable& Edges() const { return m_edges; }
     std::string_view NameOf(Node node) const { return m_names[node]; }
 
-private:
-    // XXH3; kept with each name, since a second look at the name costs more than all else.
-    struct Hash {
-        std::size_t operator()(std::string_view name) const;
-    };
-    using Numbers = tsl::robin_map<std::string_view, Node, Hash, std::equal_to<>,
-                                   std::allocator<std::pair<std::string_view, Node>>, true>;
+    // Begin to fetch the name of a node, which lies anywhere in memory; the first comes well before
+    // the second.
+    void PrefetchPlace(Node node) const { Prefetch(&m_names[node]); }
+    void PrefetchName(Node node) const { PrefetchText(m_names[node]); }
 
+private:
     void ReadLists(GeneralDependency& store, Direction direction);
-    void ReadListsFrom(const EdgeReader& reader, Direction direction, Node first);
-    void AddPairs(Node node, std::string_view list, bool swapped, std::vector<Edge>& pairs);
-    Node NodeOf(std::string_view name);
+    void ReadListsFrom(EdgeReader& reader, Direction direction, Node first);
     void SortNodes();
     void KeepConfirmed();
 
-    std::pmr::monotonic_buffer_resource m_room;  // of the names
-    std::vector<std::string_view> m_found;       // in the order in which they were met
-    Numbers m_numbers;                           // in that order
-    std::vector<std::string_view> m_names;
-    std::vector<Edge> m_edges;
-    std::vector<Edge> m_opposite;  // the same edges, as the other ends' lists tell
+    NameTable m_found;  // numbers the nodes until they are sorted
+    os::LargeTable<std::string_view> m_names;
+    EdgeTable m_edges;
+    EdgeTable m_opposite;  // the same edges, as the other ends' lists tell
+    EdgeTable m_spare;     // for sorting
 };
 
 }  // namespace vexa::vxdependency
