@@ -15,9 +15,10 @@ using vexa::CDependencyManager;
 
 namespace {
 
-std::string ProgressDetail(const ScanStatistics& statistics) {
+std::string ProgressDetail(int percent, const ScanStatistics& statistics) {
     if (statistics.files == 0) return "looking for files";
-    return fmt::format("{} files, {} read", statistics.files, statistics.regenerated);
+    return fmt::format("{} files, {} read{}", statistics.files, statistics.regenerated,
+                       percent == 100 ? ", storing" : "");
 }
 
 }  // namespace
@@ -33,7 +34,8 @@ ScanStatistics RunScan() {
     while (!ended) {
         vexa::vxThread<0>::Handle.wait_and_run(std::chrono::milliseconds(100));
         if (WasInterrupted()) manager.PauseScan();
-        bar.Show(manager.GetScanProgress(), ProgressDetail(manager.GetScanner()->GetStatistics()));
+        const int percent = manager.GetScanProgress();
+        bar.Show(percent, ProgressDetail(percent, manager.GetScanner()->GetStatistics()));
     }
     manager.Disconnect<CDependencyManager::ScanFinished>(token);
     return manager.GetScanner()->GetStatistics();
