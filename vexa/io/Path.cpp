@@ -10,8 +10,9 @@ namespace vexa::vxio {
 namespace {
 
 std::size_t NameStart(std::string_view path) {
-    const std::size_t separator = path.find_last_of(Separators);
-    return separator == std::string_view::npos ? 0 : separator + 1;
+    std::size_t start = path.size();
+    while (start > 0 && !IsSeparator(path[start - 1])) --start;
+    return start;
 }
 
 std::size_t ExtensionStart(std::string_view path) {
