@@ -5,6 +5,7 @@
 
 #include "vexa/threading/ThreadSpare.h"
 #include "vxdependency/generators/ReferenceObserver.h"
+#include "vxdependency/generators/SpareTexts.h"
 #include "vxdependency/rename/Strategies.h"
 
 namespace vexa {
@@ -38,7 +39,7 @@ void CollectReference(const std::string& file, const std::string& text, std::int
     found.Resolve(use->name);
     ReportReference({file, text, use->read, found.Candidates(), found.companions, site});
     for (const ReferenceCandidate& candidate : found.Candidates()) {
-        if (candidate.exists) dependencies.push_back(candidate.key);
+        if (candidate.exists) dependencies.push_back(TakeSpareText(candidate.key));
     }
     std::ranges::move(found.companions, std::back_inserter(secondList));
 }

@@ -9,6 +9,7 @@
 
 #include "vexa/threading/JobSystem.h"
 #include "vexa/threading/StepGate.h"
+#include "vxdependency/generators/SpareTexts.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/manager/ManagerMutex.h"
 #include "vxdependency/store/GeneralDependency.h"
@@ -119,6 +120,7 @@ struct FirstReading::State {
             part.references.push_back(number == vexa::KnownFiles::kNoNumber ? fill->NumberOf(entry)
                                                                             : number);
         }
+        vexa::GiveBackTexts(reading.list);
         if (!reading.findings.IsEmpty())
             part.findings.emplace_back(file, std::move(reading.findings));
     }
