@@ -132,7 +132,19 @@ TEST(EachInParallel, EachPieceIsDoneOnceUnlessOneThrows) {
     const auto count = [&]() -> PieceOfWork { return [&](std::size_t piece) { ++done[piece]; }; };
     EXPECT_TRUE(EachInParallel(kPieces, count, nullptr));
     for (const std::atomic<int>& times : done) ASSERT_EQ(times, 1);
-    EXPECT_FALSE(EachInParallel(kPieces, count, [](std::size_t) { return false; }));
+    // Others leave the calling thread a piece, after which it is asked.
+    std::atomic<bool> asked = false;
+    const auto wait = [&, caller = std::this_thread::get_id()]() -> PieceOfWork {
+        return [&, caller](std::size_t) {
+            if (std::this_thread::get_id() != caller) asked.wait(false);
+        };
+    };
+    const auto stop = [&](std::size_t) {
+        asked = true;
+        asked.notify_all();
+        return false;
+    };
+    EXPECT_FALSE(EachInParallel(kPieces, wait, stop));
     const auto fail = []() -> PieceOfWork {
         return [](std::size_t) { throw std::runtime_error("broken"); };
     };
