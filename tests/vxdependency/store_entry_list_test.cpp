@@ -57,6 +57,25 @@ TEST_P(EntryListAgainstText, IsTheSameToTheByte) {
     }
 }
 
+TEST_P(EntryListAgainstText, ManyAtOnceAreMissedAsOneByOne) {
+    for (int i = 0; i < 6000; ++i) {
+        ASSERT_NO_FATAL_FAILURE(Change()) << i;
+        std::vector<std::string> entries(1 + m_random() % 5);
+        for (std::string& entry : entries) {
+            entry = Entry();
+            std::erase(entry, '#');
+        }
+        EntryList expected(m_text);
+        for (const std::string& entry : entries) expected.Add(entry);
+        std::string text = m_text;
+        for (const std::string_view entry :
+             EntryList::Missing(m_text, {entries.begin(), entries.end()})) {
+            text.append(entry).push_back('#');
+        }
+        ASSERT_EQ(text, expected.Text());
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Mixes, EntryListAgainstText,
                          ::testing::Values(Mix{"growing", 8, 0}, Mix{"steady", 5, 0},
                                            Mix{"shrinking", 3, 0}, Mix{"separators", 7, 3}),

@@ -41,6 +41,16 @@ std::optional<std::string_view> BatchLog::Record::PlainValue() const {
     return first->Text();
 }
 
+std::optional<std::vector<std::string_view>> BatchLog::Record::AddedEntries() const {
+    std::vector<std::string_view> entries;
+    for (const Operation* operation = first; operation != nullptr; operation = operation->next) {
+        const std::string_view text = operation->Text();
+        if (operation->kind != RecordOperation::AddEntry || text.find('#') != text.npos) return {};
+        entries.push_back(text);
+    }
+    return entries;
+}
+
 BatchLog::BatchLog() {
     // Fuller than they are by default: the log is large, and looked into once per operation.
     constexpr float kFull = 0.8F;

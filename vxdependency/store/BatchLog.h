@@ -37,6 +37,8 @@ public:
         void Replay(RecordState& state) const;
         // The value, where the record as it stands in the table does not matter for it.
         std::optional<std::string_view> PlainValue() const;
+        // The entries, where nothing is done but adding some to a list, and none holds "#".
+        std::optional<std::vector<std::string_view>> AddedEntries() const;
     };
     using CatalogueValue = std::optional<std::string_view>;  // nothing: the record is deleted
 

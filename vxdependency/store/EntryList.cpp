@@ -1,5 +1,7 @@
 #include "vxdependency/store/EntryList.h"
 
+#include <tsl/robin_set.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -24,6 +26,22 @@ std::size_t EntryList::Find(std::string_view text, std::string_view entry) {
         if (rest[entry.size()] == '#' && rest.starts_with(entry)) return begin;
     }
     return npos;
+}
+
+std::vector<std::string_view> EntryList::Missing(std::string_view text,
+                                                 std::vector<std::string_view> entries) {
+    if (entries.size() == 1) {
+        if (Find(text, entries.front()) != npos) entries.clear();
+        return entries;
+    }
+    tsl::robin_set<std::string_view> missing(entries.begin(), entries.end());
+    for (std::size_t begin = 0; begin < text.size() && !missing.empty();) {
+        const std::size_t end = text.find('#', begin);
+        missing.erase(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    std::erase_if(entries, [&](std::string_view entry) { return missing.erase(entry) == 0; });
+    return entries;
 }
 
 void EntryList::Split(std::string_view text, std::vector<std::string>& out) {

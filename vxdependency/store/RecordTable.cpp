@@ -1,6 +1,7 @@
 #include "vxdependency/store/RecordTable.h"
 
 #include "vxdependency/store/Catalogue.h"
+#include "vxdependency/store/EntryList.h"
 
 namespace vexa::vxdependency {
 namespace {
@@ -52,6 +53,23 @@ bool ChangeRecord(VXDatabase& database, RecordName record,
     if (after == before) return true;
     if (!after) return database.Remove(&record.id, sizeof record.id, transaction);
     return WriteRecord(database, record.id, *after, transaction);
+}
+
+std::optional<bool> AddToList(VXDatabase& database, RecordId id,
+                              const std::vector<std::string_view>& entries, MDB_txn* transaction) {
+    bool isList = false;
+    std::string grown;
+    const auto look = [&](std::string_view list) {
+        isList = EntryList::IsList(list);
+        if (!isList) return;
+        const auto missing = EntryList::Missing(list, entries);
+        if (!missing.empty()) grown = list;
+        for (const std::string_view entry : missing) grown.append(entry).push_back('#');
+    };
+    const int status = VisitRecord(database, id, look, transaction);
+    if (status == VXDatabase::kFailed) return false;
+    if (!isList) return std::nullopt;
+    return grown.empty() || WriteRecord(database, id, grown, transaction);
 }
 
 bool WriteCatalogueRecord(VXDatabase& database, std::string_view recordKey,

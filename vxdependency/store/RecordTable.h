@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "vexa/db/VXDatabase.h"
 #include "vxdependency/store/RecordId.h"
@@ -46,6 +47,12 @@ bool WriteRecord(VXDatabase& database, RecordId id, std::string_view value, MDB_
 // Applies `change` to a record and stores what it becomes, where that differs. False on failure.
 bool ChangeRecord(VXDatabase& database, RecordName record,
                   const std::function<void(RecordState&)>& change, MDB_txn* transaction);
+
+// Adds entries, which hold no "#", to a list that is there: as RecordOperation::AddEntry for each,
+// but a list of megabytes that holds them all is neither copied nor indexed. Nothing when there is
+// no list; false on failure.
+std::optional<bool> AddToList(VXDatabase& database, RecordId id,
+                              const std::vector<std::string_view>& entries, MDB_txn* transaction);
 
 // Sets a record of the catalogue, or deletes it. False on failure; deleting none is none.
 bool WriteCatalogueRecord(VXDatabase& database, std::string_view recordKey,

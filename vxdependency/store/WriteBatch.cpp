@@ -301,6 +301,11 @@ bool WriteBatch::WriteLog(MDB_txn* transaction) {
         if (const auto value = record.PlainValue()) {
             return WriteRecord(m_database, entry.first, *value, transaction);
         }
+        if (const auto added = record.AddedEntries()) {
+            if (const auto done = AddToList(m_database, entry.first, *added, transaction)) {
+                return *done;
+            }
+        }
         return ChangeRecord(
             m_database, {entry.first}, [&](RecordState& state) { record.Replay(state); },
             transaction);
