@@ -89,16 +89,10 @@ bool OverlayFiles::FileExists(const std::string& path) {
 
 // Each path is looked at once: the references of many files name the same ones.
 FileState OverlayFiles::GetState(const std::string& path) {
-    std::size_t changes = 0;
-    {
-        const std::shared_lock lock(m_guard);
-        const auto known = m_states.find(path);
-        if (known != m_states.end()) return known->second;
-        changes = m_changes;
-    }
+    if (const auto known = m_states.Find(path)) return *known;
+    const std::uint64_t age = m_states.Age();
     const FileState state = LookAt(path);
-    const std::unique_lock lock(m_guard);
-    if (changes == m_changes) m_states.emplace(path, state);
+    m_states.Keep(path, state, age);
     return state;
 }
 
@@ -110,12 +104,6 @@ FileState OverlayFiles::LookAt(const std::string& path) const {
     const std::shared_lock lock(m_guard);
     state.exists = m_edits.contains(place);  // a file that is new
     return state;
-}
-
-// What was looked at may be there now, or not any more.
-void OverlayFiles::ForgetStates() {
-    ++m_changes;
-    m_states.clear();
 }
 
 bool OverlayFiles::FindPlace(const std::string& path, std::string& place) {
@@ -140,8 +128,9 @@ bool OverlayFiles::Save(const std::string& path, std::string_view bytes, std::st
     FileEdit edit;
     if (!FindEdit(place, edit) || !Stage(edit, bytes)) return FailSaving(path, error);
     const std::unique_lock lock(m_guard);
-    if (edit.before.number == 0) ForgetStates();
+    const bool appears = edit.before.number == 0;
     m_edits[place] = std::move(edit);
+    if (appears) m_states.ForgetAll();
     return true;
 }
 
@@ -229,7 +218,7 @@ std::uint32_t OverlayFiles::Move(const std::string& from, const std::string& to)
 void OverlayFiles::Rename(const std::string& from, const std::string& to,
                           const std::string& place) {
     const std::unique_lock lock(m_guard);
-    ForgetStates();
+    m_states.ForgetAll();
     // What was moved to below `from` before goes along.
     const std::string below = from + "/";
     for (auto at = m_places.lower_bound(below);

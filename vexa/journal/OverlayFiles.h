@@ -11,6 +11,7 @@
 
 #include "vexa/common/FileServiceLayer.h"
 #include "vexa/journal/ChangeSet.h"
+#include "vexa/journal/FileStates.h"
 
 namespace vexa {
 
@@ -49,7 +50,6 @@ private:
     bool LocateFile(const std::string& path, std::string& place) const;
     bool FindStaged(std::string& place) const;
     FileState LookAt(const std::string& path) const;
-    void ForgetStates();
     bool EntryIsThere(const std::string& path) const;
     std::uint32_t CheckTarget(const std::string& to) const;
     void Rename(const std::string& from, const std::string& to, const std::string& place);
@@ -64,13 +64,13 @@ private:
     std::map<std::string, std::optional<std::string>> m_places;
     std::vector<PathMove> m_moves;
 
+    FileStates m_states;  // by paths that were asked for
+
     mutable std::shared_mutex m_guard;                  // what follows
     std::unordered_map<std::string, FileEdit> m_edits;  // by target
     std::size_t m_staged = 0;
     std::set<std::string> m_failures;
     std::unordered_map<std::string, os::FileIdentity> m_read;  // files, as they were then
-    std::unordered_map<std::string, FileState> m_states;       // by paths that were asked for
-    std::size_t m_changes = 0;                                 // after which they were forgotten
 };
 
 }  // namespace vexa
