@@ -15,7 +15,6 @@
 #include "vxdep/ScanRun.h"
 #include "vxdependency/manager/DependencyManager.h"
 #include "vxdependency/store/GeneralDependency.h"
-#include "vxdependency/store/GraphReader.h"
 
 namespace vxdep {
 
@@ -24,8 +23,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using vexa::vxdependency::CatalogueEntry;
-using vexa::vxdependency::Direction;
-using vexa::vxdependency::GraphReader;
 
 struct Request {
     std::string path;
@@ -41,11 +38,8 @@ std::set<std::string> UsersOf(const std::string& key) {
         return true;
     });
     std::set<std::string> users;
-    const GraphReader reader(&Project::Store());
-    for (const std::string& file : files) {
-        for (std::string& user : reader.Edges(file, Direction::Inverse)) {
-            if (user != key && !user.starts_with(folder)) users.insert(std::move(user));
-        }
+    for (std::string& user : Project::Manager().UsersOf(files)) {
+        if (user != key && !user.starts_with(folder)) users.insert(std::move(user));
     }
     return users;
 }

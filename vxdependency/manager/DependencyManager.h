@@ -123,6 +123,8 @@ public:
                                 std::unique_ptr<FileReading> reading = nullptr);
     // Reads a file by its key, and stores nothing; takes no lock. Null when it has no generator.
     std::unique_ptr<FileReading> ReadReferences(const std::string& key);
+    // Whether the store holds of a file, seen like this, just what this reading told.
+    bool IsStored(const std::string& key, const FileLook& look, const FileReading& reading);
     // Reads a file and tells the observer of every reference, on this thread. Stores nothing; takes
     // no lock. False when the file has no generator, or cannot be read or parsed.
     bool Explain(const std::string& file, IReferenceObserver& observer);
@@ -130,6 +132,10 @@ public:
     // vanished: those that await one of them, and those that refer to one that vanished. Each once;
     // the given files are not among them.
     List FilesAffected(const List& changed, const List& vanished);
+    // All files that refer to one of these (keys), for whom one that is left out would be a loss:
+    // also those that no list tells of, because two texts share a record of the store. Goes through
+    // the names of all files. Each once.
+    List UsersOf(const List& keys);
     // Makes the records of files (keys) count as stale, so that the next query or scan reads them
     // again, whatever comes between.
     void Invalidate(const List& keys);
@@ -278,7 +284,8 @@ private:
     void AppendStoredForm(const std::string& key, List& entries, List& out);
     void StoreList(const std::string& key, const std::string& oldKey, bool renamed,
                    const List& list);
-    void NoteTargets(const List& list);
+    static void AddSharing(const List& keys, List& affected);
+    void NoteTargets(const List& targets);
     void StoreState(const std::string& key, const FileLook& look, const GenerationResult& result);
     void RemoveFile(const std::string& key);
     void BindingFiles(const std::string& path, bool isExplicit, List& out);

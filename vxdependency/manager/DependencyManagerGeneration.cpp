@@ -23,7 +23,9 @@
 #include "vxdependency/manager/FindingsObserver.h"
 #include "vxdependency/manager/ManagerMutex.h"
 #include "vxdependency/rename/RenameOperation.h"
+#include "vxdependency/store/EdgeReader.h"
 #include "vxdependency/store/GeneralDependency.h"
+#include "vxdependency/store/SharedRecords.h"
 
 namespace vexa {
 
@@ -92,6 +94,16 @@ std::string StoredForm(const std::string& entry) {
 // Most entries are keys, and stored as such. What begins with a drive only looks like one.
 bool IsStoredForm(const std::string& entry) {
     return IsPlainKey(entry) && vxio::AnchorLength(entry) == 0;
+}
+
+// What of a list is not in the other, in its order.
+CDependencyManager::List Without(const CDependencyManager::List& list,
+                                 const CDependencyManager::List& other) {
+    const std::unordered_set<std::string_view> leftOut(other.begin(), other.end());
+    CDependencyManager::List rest;
+    std::ranges::copy_if(list, std::back_inserter(rest),
+                         [&](const std::string& entry) { return !leftOut.contains(entry); });
+    return rest;
 }
 
 // Appends to a list what it does not hold yet.
@@ -179,22 +191,20 @@ void CDependencyManager::StoreList(const std::string& key, const std::string& ol
                                    const List& list) {
     List old;
     Store().GetDependency(oldKey, old);
-    if (!old.empty()) {
-        const std::unordered_set<std::string> kept(list.begin(), list.end());
-        for (const std::string& entry : old) {
-            if (renamed || kept.count(entry) == 0) Store().EraseInverseEntry(entry, oldKey);
-        }
+    for (const std::string& entry : renamed ? old : Without(old, list)) {
+        Store().EraseInverseEntry(entry, oldKey);
     }
     if (!list.empty()) Store().SetDependency(key, list, GeneralDependency::kBoth);
+    NoteTargets(Without(list, old));
 }
 
 // The catalogue has to know every file that a list names, or nobody who compares it with the tree
 // would notice when one goes. What it has not met yet is entered as of no time, which the next
 // comparison mends; a scan enters all files by itself.
-void CDependencyManager::NoteTargets(const List& list) {
+void CDependencyManager::NoteTargets(const List& targets) {
     const KnownFiles* const known = KnownFiles::OfThisThread();
     if (known && known->IsComplete()) return;
-    for (const std::string& target : list) {
+    for (const std::string& target : targets) {
         CatalogueEntry entry;
         const bool isNew = !Store().FindFile(target, entry) && Files().FileExists(target);
         if (isNew && IsWalked(target)) Store().SetFile(target, {});
@@ -209,6 +219,18 @@ void CDependencyManager::StoreState(const std::string& key, const FileLook& look
     if (!look.state.exists) return;
     Store().SetFile(key, {look.state.writeTimeNs, look.state.size,
                           static_cast<std::uint32_t>(result.dependencies.size()), result.failed});
+}
+
+bool CDependencyManager::IsStored(const std::string& key, const FileLook& look,
+                                  const FileReading& reading) {
+    const CatalogueEntry seen{look.state.writeTimeNs, look.state.size,
+                              static_cast<std::uint32_t>(reading.list.size()), !reading.readable};
+    CatalogueEntry entry;
+    List list;
+    vxdependency::Findings findings;
+    if (reading.preliminary || !Store().FindFile(key, entry) || entry != seen) return false;
+    Store().GetFindings(key, findings);
+    return Store().GetDependency(key, list) && list == reading.list && findings == reading.findings;
 }
 
 GenerationResult CDependencyManager::Regenerate(const std::string& file, const std::string& second,
@@ -239,7 +261,6 @@ GenerationResult CDependencyManager::Regenerate(const std::string& file, const s
     result.preliminary = reading->preliminary;
     result.dependencies = std::move(reading->list);
     StoreList(key, oldKey, !second.empty(), result.dependencies);
-    NoteTargets(result.dependencies);
     StoreState(key, before, result);
     // Without a stamp it counts as stale, and is read again though it does not change.
     if (reading->preliminary) Invalidate({key});
@@ -328,6 +349,41 @@ CDependencyManager::List CDependencyManager::FilesAffected(const List& changed,
         if (given.count(file) == 0) files.Add(std::move(file));
     }
     return files.Get();
+}
+
+CDependencyManager::List CDependencyManager::UsersOf(const List& keys) {
+    const std::unordered_set<std::string> asked(keys.begin(), keys.end());
+    const vxdependency::SharedRecords shared = vxdependency::FindSharedRecords(Store(), keys);
+    UniqueList users;
+    vxdependency::EdgeReader edges(Store().Database());
+    for (const std::string& key : keys) {
+        for (std::string& user : edges.EdgesOf(key, vxdependency::Direction::Inverse))
+            users.Add(std::move(user));
+    }
+    // Of what is no edge, one of its lists may have been lost: the file itself tells.
+    List doubtful = shared.unreadLists;
+    for (const std::string& key : keys) Store().GetInverseDependency(key, doubtful);
+    for (const auto& edge : shared.users) doubtful.push_back(edge.second);
+    const auto isAsked = [&](const std::string& entry) { return asked.contains(entry); };
+    for (std::string& file : doubtful) {
+        if (users.Holds(file)) continue;
+        const auto reading = ReadReferences(file);
+        if (reading && std::ranges::any_of(reading->list, isAsked)) users.Add(std::move(file));
+    }
+    return users.Get();
+}
+
+// What has its place in a record that goes with one of the keys is to be stored again.
+void CDependencyManager::AddSharing(const List& keys, List& affected) {
+    const vxdependency::SharedRecords shared = vxdependency::FindSharedRecords(Store(), keys);
+    std::unordered_set<std::string> known(keys.begin(), keys.end());
+    known.insert(affected.begin(), affected.end());
+    const auto add = [&](const std::string& file) {
+        if (known.insert(file).second) affected.push_back(file);
+    };
+    for (const auto& edge : shared.users) add(edge.second);
+    std::ranges::for_each(shared.lists, add);
+    std::ranges::for_each(shared.unreadLists, add);
 }
 
 void CDependencyManager::Invalidate(const List& keys) {
@@ -463,6 +519,7 @@ bool CDependencyManager::Forget(const List& keys) {
         const std::lock_guard lock(ManagerMutex());
         Store().FlushOtherBatch();
         affected = FilesAffected({}, keys);
+        AddSharing(keys, affected);
         Invalidate(affected);
     }
     for (const std::string& key : keys) {

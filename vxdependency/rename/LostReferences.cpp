@@ -67,7 +67,8 @@ std::string ReasonOfLoss(const ConcernedFile& file, const std::string& expected,
 }  // namespace
 
 void CompareReferences(const ConcernedFile& file, const PendingRenames& renames,
-                       vxdependency::EdgeReader& edges, IFileService& disk, RenamePlan& plan) {
+                       const std::function<bool(const std::string&)>& isEdge, IFileService& disk,
+                       RenamePlan& plan) {
     const auto nameNow = [&renames](const std::string& key) {
         const std::string* const name = renames.NewNameOf(key);
         return name ? *name : key;
@@ -84,8 +85,7 @@ void CompareReferences(const ConcernedFile& file, const PendingRenames& renames,
     }
     // An entry that is no edge cannot be lost. Few are asked: that takes a look into the list of
     // each.
-    const auto isNone = [&](const std::string& entry) { return !edges.IsEdge(file.oldKey, entry); };
-    std::erase_if(lost, isNone);
+    std::erase_if(lost, std::not_fn(isEdge));
     if (lost.empty()) return;
 
     PlaceObserver places(file.oldKey);

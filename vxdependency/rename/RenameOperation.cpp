@@ -20,6 +20,7 @@
 #include "vxdependency/rename/LostReferences.h"
 #include "vxdependency/rename/MoveErrors.h"
 #include "vxdependency/store/GeneralDependency.h"
+#include "vxdependency/store/SharedRecords.h"
 
 namespace vexa {
 
@@ -224,8 +225,11 @@ std::string RenameOperation::NameBefore(const std::string& key) const {
 RenameOperation::List RenameOperation::Recorded(const std::string& key, bool inverse) const {
     List list;
     const std::string old = NameBefore(key);
+    const auto read = m_readBefore.find(old);
     if (inverse) {
         Store().GetInverseDependency(old, list);
+    } else if (read != m_readBefore.end()) {
+        list = read->second;
     } else {
         Store().GetDependency(old, list);
     }
@@ -273,23 +277,28 @@ void RenameOperation::MoveCompanions() {
 
 // The files that refer to what was moved, under the names that they have now, each once.
 void RenameOperation::FindDependents() {
+    if (m_followed.empty()) return;
     std::unordered_set<std::string> seen;
+    const auto add = [&](const std::string& user, std::size_t followed) {
+        std::string file = NameNow(user);
+        if (seen.insert(file).second) m_dependents.emplace_back(std::move(file), followed);
+    };
     List users;
     for (std::size_t i = 0; i < m_followed.size(); ++i) {
         users.clear();
         Store().GetInverseDependency(m_followed[i].oldKey, users);
-        for (const std::string& user : users) {
-            std::string file = NameNow(user);
-            if (seen.insert(file).second) m_dependents.emplace_back(std::move(file), i);
-        }
+        for (const std::string& user : users) add(user, i);
     }
-    FindUnrecorded(seen);
+    std::unordered_map<std::string, std::size_t> followed;
+    for (std::size_t i = 0; i < m_followed.size(); ++i) followed.emplace(m_followed[i].oldKey, i);
+    List unread = WithUnrecordedNames();
+    FindUnlisted(followed, add, unread);
+    FindByReading(unread, followed, add);
 }
 
 // The store keeps no list that would hold a name with "#": who refers to such a file, or what such
 // a file refers to, only the files themselves tell. With such a name all of them are read.
-void RenameOperation::FindUnrecorded(std::unordered_set<std::string>& seen) {
-    if (m_followed.empty()) return;
+RenameOperation::List RenameOperation::WithUnrecordedNames() const {
     const auto separates = [](std::string_view name) { return name.find('#') != name.npos; };
     const bool all = std::ranges::any_of(m_followed, separates, &Followed::oldKey);
     List files;
@@ -297,8 +306,32 @@ void RenameOperation::FindUnrecorded(std::unordered_set<std::string>& seen) {
         if (all || separates(file)) files.emplace_back(file);
         return true;
     });
-    std::unordered_map<std::string, std::size_t> followed;
-    for (std::size_t i = 0; i < m_followed.size(); ++i) followed.emplace(m_followed[i].oldKey, i);
+    return files;
+}
+
+// Another text may have taken the place of a list of users; and what has its place in a record that
+// goes with an old name is to be stored again.
+void RenameOperation::FindUnlisted(const FollowedByName& followed, const AddDependent& add,
+                                   List& unread) {
+    List keys = m_vanished;
+    for (const auto& one : followed) keys.push_back(one.first);
+    vxdependency::SharedRecords shared = vxdependency::FindSharedRecords(Store(), keys);
+    for (auto& [resource, user] : shared.users) {
+        const auto found = followed.find(resource);
+        if (found != followed.end()) add(user, found->second);
+        m_unlisted.insert(std::move(resource));
+        m_restored.push_back(NameNow(user));
+    }
+    for (const std::string& file : shared.lists) m_restored.push_back(NameNow(file));
+    for (const std::string& file : shared.unreadLists) {
+        m_restored.push_back(NameNow(file));
+        m_readBefore[file];
+    }
+    Append(shared.unreadLists, unread);
+}
+
+void RenameOperation::FindByReading(const List& files, const FollowedByName& followed,
+                                    const AddDependent& add) {
     const SlotRenames renames(m_followed.front().oldKey, m_followed.front().newKey);
     FilesBefore before(*m_overlay, renames);
     const FileServiceUse use(before);
@@ -308,13 +341,14 @@ void RenameOperation::FindUnrecorded(std::unordered_set<std::string>& seen) {
         List references;
         List companions;
         generator->GenerateDependency(GeneratorForm(file), references, companions);
+        Append(companions, references);
+        const auto kept = m_readBefore.find(file);
         std::string key;
         for (const std::string& reference : references) {
-            const auto found =
-                m_disk.KeyOfReference(reference, key) ? followed.find(key) : followed.end();
-            std::string name = NameNow(file);
-            if (found != followed.end() && seen.insert(name).second)
-                m_dependents.emplace_back(std::move(name), found->second);
+            if (!m_disk.KeyOfReference(reference, key)) continue;
+            if (const auto found = followed.find(key); found != followed.end())
+                add(file, found->second);
+            if (kept != m_readBefore.end()) kept->second.push_back(key);
         }
     }
 }
@@ -363,6 +397,7 @@ RenameOperation::List RenameOperation::FindConcerned() {
         }
     }
     for (const auto& dependent : m_dependents) add(dependent.first);
+    std::ranges::for_each(m_restored, add);
     for (const std::string& file : m_manager.FilesAffected(changed, vanished)) add(NameNow(file));
     const std::unordered_set<std::string> gone(vanished.begin(), vanished.end());
     std::erase_if(files, [&](const std::string& file) { return gone.contains(file); });
@@ -393,7 +428,10 @@ RenameOperation::Concerned RenameOperation::Read(const std::string& file,
     if (concerned.reading) {
         ConcernedFile lists{NameBefore(file), file, Recorded(file, false), concerned.reading->list};
         std::ranges::sort(lists.before);
-        CompareReferences(lists, m_renames, edges, m_disk, concerned.changes);
+        const auto isEdge = [&](const std::string& resource) {
+            return m_unlisted.contains(resource) || edges.IsEdge(lists.oldKey, resource);
+        };
+        CompareReferences(lists, m_renames, isEdge, m_disk, concerned.changes);
     }
     concerned.look = LookOf(m_overlay->IdentityOfContents(file));
     return concerned;

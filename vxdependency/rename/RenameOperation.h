@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -89,6 +90,10 @@ private:
         RenamePlan changes;                    // of its references
     };
 
+    // Those that are followed, by their old keys.
+    using FollowedByName = std::unordered_map<std::string, std::size_t>;
+    using AddDependent = std::function<void(const std::string& user, std::size_t followed)>;
+
     // Has the calling thread plan for the operation during the life of the object.
     class Planning;
 
@@ -97,7 +102,9 @@ private:
     std::string NameBefore(const std::string& key) const;
     void MoveCompanions();
     void FindDependents();
-    void FindUnrecorded(std::unordered_set<std::string>& seen);
+    List WithUnrecordedNames() const;
+    void FindUnlisted(const FollowedByName& followed, const AddDependent& add, List& unread);
+    void FindByReading(const List& files, const FollowedByName& followed, const AddDependent& add);
     List FindConcerned();
     bool RewriteDependents(const Progress& goOn);
     void Rewrite(const std::string& file, const Followed& followed,
@@ -122,8 +129,12 @@ private:
     std::vector<Followed> m_followed;
     List m_vanished;  // keys below a moved folder of which no file is left
     std::vector<std::pair<std::string, std::size_t>> m_dependents;  // new key, and whose it is
-    std::map<std::string, Concerned> m_concerned;                   // by new key
-    std::atomic<std::uint64_t> m_unread{0};  // files that could not be read while planning
+    std::unordered_set<std::string> m_unlisted;    // whose lists of users share a record
+    List m_restored;                               // new keys of files to be stored again for that
+    // What files refer to whose own lists share a record, by their old keys.
+    std::unordered_map<std::string, List> m_readBefore;
+    std::map<std::string, Concerned> m_concerned;  // by new key
+    std::atomic<std::uint64_t> m_unread{0};        // files that could not be read while planning
     RenamePlan m_plan;
     std::string m_error;
 };

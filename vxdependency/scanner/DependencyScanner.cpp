@@ -97,6 +97,14 @@ std::string AbsolutePath(std::string_view key) {
     return std::string(InterfaceBox::Instance().GetResourceRoot()).append("/").append(key);
 }
 
+// Whether the record of the file's stamp is another text's as well, which has put its own value
+// there. Such a file looks changed to every scan; to store what it holds already would in turn take
+// the other's value away.
+bool HasLostStamp(const std::string& key, const vexa::FileLook& look, const CatalogueEntry& known) {
+    return known.writeTimeNs == look.state.writeTimeNs && known.size == look.state.size &&
+           Store().HasStampRecord(AbsolutePath(key));
+}
+
 // The files and the bytes of their keys.
 struct Amount {
     std::size_t files = 0;
@@ -508,10 +516,20 @@ void DependencyScanner::ReadFile(const Record& record, const std::string& key, S
     const bool overtaken = CDependencyManager::CountRenames() != walk.renames;
     const vexa::KnownFiles::Use use(overtaken ? kNothingKnown : walk.known);
     if (overtaken) ahead.reset();
+    const bool settled = current && !overtaken;
     CatalogueEntry before;
     Store().FindFile(key, before);
+    if (settled && HasLostStamp(key, look, before)) {
+        if (!ahead) ahead = CDependencyManager::GetSingletonPtr()->ReadReferences(key);
+        if (ahead && CDependencyManager::GetSingletonPtr()->IsStored(key, look, *ahead)) {
+            ++walk.statistics.regenerated;
+            Publish(walk);
+            return;
+        }
+    }
+    walk.inStep = 0;
     const vexa::GenerationResult result = CDependencyManager::GetSingletonPtr()->Regenerate(
-        key, "", current && !overtaken ? &look : nullptr, std::move(ahead));
+        key, "", settled ? &look : nullptr, std::move(ahead));
     if (!result.dependencies.empty() && !result.preliminary)
         Store().SetTimeStamp(AbsolutePath(key), look.seconds);
     if (result.generated) {

@@ -107,10 +107,8 @@ std::vector<Number> WithOtherStamp(const FileTable& files, Number begin, Number 
     return asked;
 }
 
-// True when there were any.
-bool MarkOtherStamps(FileTable& files, const std::vector<Number>& other) {
+void MarkOtherStamps(FileTable& files, const std::vector<Number>& other) {
     for (const Number file : other) files.SetChange(file, FileChange::Changed);
-    return !other.empty();
 }
 
 void CompareWithCatalogue(ScanWalk& walk) {
@@ -124,13 +122,13 @@ void CompareWithCatalogue(ScanWalk& walk) {
 }
 
 // Time stamps lie anywhere in the store: to look them up takes several times as long as to compare
-// with the catalogue. True when all are their files' own.
-bool CompareWithAll(ScanWalk& walk) {
+// with the catalogue.
+void CompareWithAll(ScanWalk& walk) {
     const auto size = static_cast<Number>(walk.files.Size());
     auto lower = std::async(std::launch::async, WithOtherStamp, std::cref(walk.files), 0, size / 2);
     CompareWithCatalogue(walk);
-    const bool upper = MarkOtherStamps(walk.files, WithOtherStamp(walk.files, size / 2, size));
-    return !MarkOtherStamps(walk.files, lower.get()) && !upper;
+    MarkOtherStamps(walk.files, WithOtherStamp(walk.files, size / 2, size));
+    MarkOtherStamps(walk.files, lower.get());
 }
 
 constexpr char kInStep[] = "in_step";
@@ -163,10 +161,9 @@ void CompareWithStore(ScanWalk& walk) {
         return;
     }
     const std::uint64_t change = GeneralDependency::Instance()->LastChange();
-    const bool ownStamps =
-        IsAsLeft(change) ? (CompareWithCatalogue(walk), true) : CompareWithAll(walk);
-    const bool differs = !ownStamps || !walk.changed.empty() || !walk.vanished.empty();
-    if (!differs && walk.unreadable.empty()) walk.inStep = change;
+    IsAsLeft(change) ? CompareWithCatalogue(walk) : CompareWithAll(walk);
+    if (walk.changed.empty() && walk.vanished.empty() && walk.unreadable.empty())
+        walk.inStep = change;
 }
 
 void RememberInStep(const ScanWalk& walk) {

@@ -32,7 +32,7 @@ struct ScanWalk {
     std::vector<std::string> affected;  // keys of files whose lists those may have changed
     bool isFirst = false;               // the catalogue knew no files
     bool newFiles = false;              // the walk met files that the catalogue did not know
-    std::uint64_t inStep = 0;  // the last change of the store, when nothing differs from it
+    std::uint64_t inStep = 0;  // the last change of the store, as long as nothing differs from it
     ScanStatistics statistics;
 };
 

@@ -32,6 +32,8 @@ struct Findings {
 
     bool IsEmpty() const { return missing.empty() && awaited.empty(); }
 
+    friend bool operator==(const Findings&, const Findings&) = default;
+
     // The bytes that the catalogue keeps: the number of missing references (4 bytes), each with
     // offset (8), line (4), and rule and text with their lengths (4) in front; then the awaited
     // ids (8 each) to the end. Native byte order.

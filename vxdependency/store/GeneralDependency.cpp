@@ -245,6 +245,11 @@ bool GeneralDependency::GetTimeStamp(const std::string& path, std::int64_t& out)
     return status != VXDatabase::kFailed;
 }
 
+bool GeneralDependency::HasStampRecord(const std::string& path) {
+    std::string value;
+    return ReadText(StampText(path), value) == 0;
+}
+
 bool GeneralDependency::GetTimeStamps(std::size_t count,
                                       const std::function<std::string_view(std::size_t)>& pathAt,
                                       const std::function<void(std::size_t, std::int64_t)>& take) {

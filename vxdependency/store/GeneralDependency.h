@@ -123,6 +123,8 @@ public:
     bool GetTimeStamps(std::size_t count,
                        const std::function<std::string_view(std::size_t)>& pathAt,
                        const std::function<void(std::size_t, std::int64_t)>& take);
+    // Whether there is a record under the id of the path's stamp, be it that of another text.
+    bool HasStampRecord(const std::string& path);
     bool SetTimeStamp(const std::string& path, std::int64_t time);
     // Deletes the time stamp; true when there is none afterwards.
     bool EraseTimeStamp(const std::string& path);
