@@ -75,9 +75,9 @@ void AddEdgesOfMany(std::set<std::string>& answer, const List& files, Direction 
 }
 
 List AnswerFor(const std::string& file, const Question& question) {
-    const GraphReader reader(&Project::Store());
-    return question.all ? reader.Reachable(file, question.direction)
-                        : reader.Edges(file, question.direction);
+    if (!question.all)
+        return Project::Manager().EdgesOf(file, question.direction == Direction::Inverse);
+    return GraphReader(&Project::Store()).Reachable(file, question.direction);
 }
 
 List Answer(const List& files, const Question& question) {

@@ -137,9 +137,15 @@ enum class Taker { Stamp, Forward };
 enum class Before { Nothing, TakerRemoved, TakerRenamed };
 
 class LostUsersTest : public SharedRecordTest,
-                      public testing::WithParamInterface<std::tuple<Taker, Before>> {};
+                      public testing::WithParamInterface<std::tuple<Taker, Before>> {
+protected:
+    void ExpectAnswers(const std::string& resource) {
+        EXPECT_THAT(Manager().EdgesOf(resource, true), ElementsAre("first.xml", "second.xml"));
+        EXPECT_THAT(Manager().EdgesOf("first.xml", false), ElementsAre(resource, "u.png"));
+    }
+};
 
-TEST_P(LostUsersTest, AreFoundByRenames) {
+TEST_P(LostUsersTest, AreFoundByQueriesAndRenames) {
     const auto [how, before] = GetParam();
     const auto [resource, taker] =
         Sharing({"t", ".png"}, inverse, {"taker", ".xml"}, how == Taker::Stamp ? stamp : forward);
@@ -151,6 +157,7 @@ TEST_P(LostUsersTest, AreFoundByRenames) {
     Write(taker, {"u.png", "u.png"});
     Scan();
     ASSERT_THAT(ListOfUsers(resource), Not(Contains("first.xml")));
+    ExpectAnswers(resource);
     if (before == Before::TakerRemoved) {
         project.Remove(taker);
         Scan();
@@ -177,8 +184,8 @@ INSTANTIATE_TEST_SUITE_P(All, LostUsersTest,
 TEST_F(SharedRecordTest, AFileWhoseOwnListIsLostTooIsReadInstead) {
     const auto [resource, taker] = Sharing({"t", ".png"}, inverse, {"taker", ".xml"}, stamp);
     const auto [user, second] = Sharing({"user", ".xml"}, forward, {"second", ".xml"}, stamp);
-    project.Touch(resource);
-    Write(user, {resource});
+    project.Touch(resource, "u.png");
+    Write(user, {resource, "u.png"});
     Write(taker, {});
     Write(second, {});
     Scan();
@@ -188,12 +195,15 @@ TEST_F(SharedRecordTest, AFileWhoseOwnListIsLostTooIsReadInstead) {
     ASSERT_THAT(ListOfUsers(resource), IsEmpty());
     ASSERT_THAT(References(user), IsEmpty());
     EXPECT_THAT(Manager().UsersOf({resource}), ElementsAre(user));
+    EXPECT_THAT(Manager().EdgesOf(resource, true), ElementsAre(user));
+    EXPECT_THAT(Manager().EdgesOf(user, false), ElementsAre(resource, "u.png"));
+    EXPECT_THAT(Manager().EdgesOf("u.png", true), ElementsAre(user));
     RenamePlan plan;
     ASSERT_TRUE(
         Manager().MoveResource(project.Resource(resource), project.Resource("new.png"), {}, plan));
     EXPECT_THAT(plan.notRewritten, IsEmpty());
     EXPECT_THAT(plan.appearing, IsEmpty());
-    EXPECT_EQ(project.Read(user), Naming({"new.png"}));
+    EXPECT_EQ(project.Read(user), Naming({"new.png", "u.png"}));
 }
 
 TEST_F(SharedRecordTest, UsersOfARemovedResourceAreReadAgain) {

@@ -24,6 +24,10 @@ struct lua_State;
 
 namespace vexa {
 
+namespace vxdependency {
+class SharedIds;
+}
+
 class CDependencyBase;
 class IReferenceObserver;
 class RenameOperation;
@@ -134,8 +138,12 @@ public:
     List FilesAffected(const List& changed, const List& vanished);
     // All files that refer to one of these (keys), for whom one that is left out would be a loss:
     // also those that no list tells of, because two texts share a record of the store. Goes through
-    // the names of all files. Each once.
+    // the names of all files. Sorted.
     List UsersOf(const List& keys);
+    // What a file (a key) refers to or, inverse, who refers to it: the edges of the store (see
+    // GraphReader) and those that it has lost because two texts share a record, as far as the last
+    // scan has noted that. For these, files are read. Sorted.
+    List EdgesOf(const std::string& key, bool inverse);
     // Makes the records of files (keys) count as stale, so that the next query or scan reads them
     // again, whatever comes between.
     void Invalidate(const List& keys);
@@ -285,6 +293,9 @@ private:
     void StoreList(const std::string& key, const std::string& oldKey, bool renamed,
                    const List& list);
     static void AddSharing(const List& keys, List& affected);
+    bool Names(const std::string& file, const List& resources);
+    List UsersByEdges(const std::string& key, const vxdependency::SharedIds& shared);
+    List ReferencesByEdges(const std::string& key, const vxdependency::SharedIds& shared);
     void NoteTargets(const List& targets);
     void StoreState(const std::string& key, const FileLook& look, const GenerationResult& result);
     void RemoveFile(const std::string& key);

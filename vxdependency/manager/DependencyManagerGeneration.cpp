@@ -23,9 +23,7 @@
 #include "vxdependency/manager/FindingsObserver.h"
 #include "vxdependency/manager/ManagerMutex.h"
 #include "vxdependency/rename/RenameOperation.h"
-#include "vxdependency/store/EdgeReader.h"
 #include "vxdependency/store/GeneralDependency.h"
-#include "vxdependency/store/SharedRecords.h"
 
 namespace vexa {
 
@@ -349,41 +347,6 @@ CDependencyManager::List CDependencyManager::FilesAffected(const List& changed,
         if (given.count(file) == 0) files.Add(std::move(file));
     }
     return files.Get();
-}
-
-CDependencyManager::List CDependencyManager::UsersOf(const List& keys) {
-    const std::unordered_set<std::string> asked(keys.begin(), keys.end());
-    const vxdependency::SharedRecords shared = vxdependency::FindSharedRecords(Store(), keys);
-    UniqueList users;
-    vxdependency::EdgeReader edges(Store().Database());
-    for (const std::string& key : keys) {
-        for (std::string& user : edges.EdgesOf(key, vxdependency::Direction::Inverse))
-            users.Add(std::move(user));
-    }
-    // Of what is no edge, one of its lists may have been lost: the file itself tells.
-    List doubtful = shared.unreadLists;
-    for (const std::string& key : keys) Store().GetInverseDependency(key, doubtful);
-    for (const auto& edge : shared.users) doubtful.push_back(edge.second);
-    const auto isAsked = [&](const std::string& entry) { return asked.contains(entry); };
-    for (std::string& file : doubtful) {
-        if (users.Holds(file)) continue;
-        const auto reading = ReadReferences(file);
-        if (reading && std::ranges::any_of(reading->list, isAsked)) users.Add(std::move(file));
-    }
-    return users.Get();
-}
-
-// What has its place in a record that goes with one of the keys is to be stored again.
-void CDependencyManager::AddSharing(const List& keys, List& affected) {
-    const vxdependency::SharedRecords shared = vxdependency::FindSharedRecords(Store(), keys);
-    std::unordered_set<std::string> known(keys.begin(), keys.end());
-    known.insert(affected.begin(), affected.end());
-    const auto add = [&](const std::string& file) {
-        if (known.insert(file).second) affected.push_back(file);
-    };
-    for (const auto& edge : shared.users) add(edge.second);
-    std::ranges::for_each(shared.lists, add);
-    std::ranges::for_each(shared.unreadLists, add);
 }
 
 void CDependencyManager::Invalidate(const List& keys) {

@@ -26,6 +26,7 @@
 #include "vxdependency/scanner/StepRequests.h"
 #include "vxdependency/store/GeneralDependency.h"
 #include "vxdependency/store/GraphReader.h"
+#include "vxdependency/store/SharedRecords.h"
 
 using vexa::CDependencyManager;
 using vexa::InterfaceBox;
@@ -82,10 +83,16 @@ void LogNotDescended(const std::string& path, unsigned attributes) {
 using CollidingPairs = std::vector<std::pair<std::string, std::string>>;
 
 CollidingPairs CollisionsOf(const ScanWalk& walk) {
-    if (!walk.newFiles) return {};
+    if (!walk.newFiles && !walk.isFirst) return {};
     return vexa::vxdependency::FindCollisions(walk.files.Size(), [&walk](std::size_t i) {
-        return std::string(walk.files.KeyOf(static_cast<FileTable::Number>(i)));
+        return walk.files.KeyOf(static_cast<FileTable::Number>(i));
     });
+}
+
+void NoteCollisions(const CollidingPairs& pairs) {
+    std::vector<vexa::vxdependency::RecordId> ids;
+    for (const auto& pair : pairs) ids.push_back(vexa::vxdependency::IdOf(pair.first));
+    vexa::vxdependency::NoteSharedIds(Store(), std::move(ids));
 }
 
 void WarnOfCollisions(std::size_t count, const std::pair<std::string, std::string>& first) {
@@ -316,6 +323,7 @@ bool DependencyScanner::ReadFiles(ScanWalk& walk) {
     walk.ahead.reset();
     complete = complete && Finish(walk);
     const CollidingPairs pairs = collisions.get();
+    if (walk.newFiles || walk.isFirst) NoteCollisions(pairs);
     if (complete && !pairs.empty()) WarnOfCollisions(pairs.size(), pairs.front());
     if (!batch.End()) {
         walk.statistics.error = Store().GetWriteError();
@@ -403,7 +411,6 @@ bool DependencyScanner::FillStore(ScanWalk& walk) {
                 [this](std::string_view key) { TellWaitingFile(key); });
     walk.statistics.regenerated = reading.FilesRead();
     const bool closed = Store().CloseFill();
-    if (fill.SharedRecords() > 0) WarnOfCollisions(fill.SharedRecords(), fill.FirstShared());
     return closed && !lost;
 }
 

@@ -1,8 +1,9 @@
 #include <algorithm>
+#include <boost/sort/spreadsort/integer_sort.hpp>
 #include <cstdint>
 #include <iterator>
 
-#include "vexa/common/InterfaceBox.h"
+#include "vxdependency/store/FileRecords.h"
 #include "vxdependency/store/GraphReader.h"
 #include "vxdependency/store/RecordId.h"
 
@@ -12,40 +13,33 @@ namespace {
 using Texts = std::vector<std::string>;
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-// The kinds of record that a file has.
-enum class Kind : std::uint8_t { Forward, Inverse, Stamp };
+// A record of a file: its id, and number and kind by which its text is made when it is needed.
+using Record = std::uint64_t;
 
-// A record of a file; its text is made when it is needed, since there are three for each file.
-struct Record {
-    RecordId id;
-    std::uint32_t file;
-    Kind kind;
-};
+Record RecordOf(RecordId id, std::size_t file, FileRecord kind) {
+    return Record{id} << 32U | (file * kRecordsPerFile + static_cast<std::size_t>(kind));
+}
 
-std::string TextOf(const std::string& key, Kind kind) {
-    switch (kind) {
-        case Kind::Forward:
-            return key;
-        case Kind::Inverse:
-            return InverseText(key);
-        case Kind::Stamp:
-            break;
-    }
-    return StampText(InterfaceBox::Instance().GetFileService().AbsolutePath(key));
+RecordId IdIn(Record record) {
+    return static_cast<RecordId>(record >> 32U);
 }
 
 std::vector<Record> RecordsOf(std::size_t count, const KeySource& keyAt) {
     std::vector<Record> records;
-    records.reserve(3 * count);
+    records.reserve(kRecordsPerFile * count);
+    FileRecords of;
     for (std::size_t i = 0; i < count; ++i) {
-        const std::string key = keyAt(i);
-        for (const Kind kind : {Kind::Forward, Kind::Inverse, Kind::Stamp}) {
-            records.push_back({IdOf(TextOf(key, kind)), static_cast<std::uint32_t>(i), kind});
-        }
+        of.ForEach(keyAt(i),
+                   [&](RecordId id, FileRecord kind) { records.push_back(RecordOf(id, i, kind)); });
     }
-    std::sort(records.begin(), records.end(),
-              [](const Record& left, const Record& right) { return left.id < right.id; });
+    boost::sort::spreadsort::integer_sort(records.begin(), records.end());
     return records;
+}
+
+std::string TextOf(Record record, const KeySource& keyAt) {
+    const auto number = static_cast<std::uint32_t>(record);
+    return FileRecords().TextOf(keyAt(number / kRecordsPerFile),
+                                static_cast<FileRecord>(number % kRecordsPerFile));
 }
 
 void AddPairs(Texts texts, Pairs& pairs) {
@@ -61,7 +55,8 @@ void AddPairs(Texts texts, Pairs& pairs) {
 }  // namespace
 
 Pairs FindCollisions(const Texts& keys) {
-    return FindCollisions(keys.size(), [&keys](std::size_t i) { return keys[i]; });
+    return FindCollisions(keys.size(),
+                          [&keys](std::size_t i) { return std::string_view(keys[i]); });
 }
 
 Pairs FindCollisions(std::size_t count, const KeySource& keyAt) {
@@ -69,12 +64,10 @@ Pairs FindCollisions(std::size_t count, const KeySource& keyAt) {
     Pairs pairs;
     for (auto first = records.begin(); first != records.end();) {
         const auto last = std::find_if(
-            first, records.end(), [first](const Record& record) { return record.id != first->id; });
+            first, records.end(), [first](Record record) { return IdIn(record) != IdIn(*first); });
         if (last - first > 1) {
             Texts texts;
-            for (auto it = first; it != last; ++it) {
-                texts.push_back(TextOf(keyAt(it->file), it->kind));
-            }
+            for (auto it = first; it != last; ++it) texts.push_back(TextOf(*it, keyAt));
             AddPairs(std::move(texts), pairs);
         }
         first = last;

@@ -4,6 +4,7 @@
 
 #include "vexa/common/Log.h"
 #include "vxdependency/store/Catalogue.h"
+#include "vxdependency/store/SharedRecords.h"
 
 namespace vexa::vxdependency {
 namespace {
@@ -14,11 +15,6 @@ std::string RecordText(std::string_view key, Direction direction) {
     std::string text(key);
     if (direction == Direction::Inverse) text += '#';
     return text;
-}
-
-void ReportNoList(const ListRecord& record, std::string_view value) {
-    const std::string text = RecordText(record.key, record.direction);
-    ListText(std::string(value), {record.id, text});  // which says so
 }
 
 void ReportFailure(const VXDatabase& database) {
@@ -49,6 +45,14 @@ void EdgeReader::ForEachFile(const std::function<void(std::string_view)>& visit)
         !m_database.ForEach(DatabaseTable::Catalogue, from, visitRecord, m_transaction)) {
         ReportFailure(m_database);
     }
+}
+
+// A stamp may have taken a list's place. Of records that are shared the scan has told, and the
+// check tells each.
+void EdgeReader::ReportNoList(const ListRecord& record, std::string_view value) const {
+    if (SharedIds(m_database, m_transaction).Contain(record.id)) return;
+    const std::string text = RecordText(record.key, record.direction);
+    ListText(std::string(value), {record.id, text});  // which says so
 }
 
 void EdgeReader::VisitList(const ListRecord& record,

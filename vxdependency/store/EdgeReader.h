@@ -57,6 +57,7 @@ private:
     std::vector<std::string> ConfirmedOf(std::string_view list, std::string_view key,
                                          Direction back);
     bool Confirms(const ListRecord& record, std::string_view entry);
+    void ReportNoList(const ListRecord& record, std::string_view value) const;
 
     VXDatabase& m_database;
     ReadTransaction m_transaction;

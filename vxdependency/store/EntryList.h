@@ -27,8 +27,8 @@ public:
     static bool IsList(std::string_view text) { return text.empty() || text.back() == '#'; }
     // Where an entry stands in a list's text.
     static std::size_t Find(std::string_view text, std::string_view entry);
-    // Those of the entries, which hold no "#", that a list's text does not hold: in their order, each
-    // once. The text is looked through once for all of them.
+    // Those of the entries, which hold no "#", that a list's text does not hold: in their order,
+    // each once. The text is looked through once for all of them.
     static std::vector<std::string_view> Missing(std::string_view text,
                                                  std::vector<std::string_view> entries);
     // Appends the entries of a list's text.

@@ -152,7 +152,13 @@ void FillRecords::Replay(std::size_t begin, std::size_t end, RecordState& state)
     std::vector<Step> steps;
     for (std::size_t place = begin; place < end; ++place) AppendSteps(At(place), steps);
     std::ranges::stable_sort(steps, {}, &Step::When);
-    for (const Step& step : steps) state.Apply(step.operation, step.text);
+    bool isStamp = false;
+    for (const Step& step : steps) {
+        // A list begins anew where a stamp has been. The scan tells how often that is so.
+        if (isStamp && step.phase == Kind::Inverse) state.Apply(RecordOperation::Delete, {});
+        state.Apply(step.operation, step.text);
+        isStamp = step.phase == Kind::Stamp;
+    }
 }
 
 void FillRecords::AppendSteps(const Record& record, std::vector<Step>& steps) const {

@@ -54,8 +54,8 @@ private:
 // Pairs of different texts, made from the keys as the store makes them, whose record ids are equal.
 VX_API std::vector<std::pair<std::string, std::string>> FindCollisions(
     const std::vector<std::string>& keys);
-// The same for keys that are made when they are asked for, by their number.
-using KeySource = std::function<std::string(std::size_t)>;
+// The same for keys that are asked for by their number.
+using KeySource = std::function<std::string_view(std::size_t)>;
 VX_API std::vector<std::pair<std::string, std::string>> FindCollisions(std::size_t count,
                                                                        const KeySource& keyAt);
 

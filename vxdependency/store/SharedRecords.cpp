@@ -2,19 +2,24 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <unordered_set>
 
-#include "vexa/common/InterfaceBox.h"
+#include "vxdependency/store/Catalogue.h"
 #include "vxdependency/store/EdgeReader.h"
+#include "vxdependency/store/FileRecords.h"
 #include "vxdependency/store/GeneralDependency.h"
 #include "vxdependency/store/GraphReader.h"
 #include "vxdependency/store/RecordId.h"
+#include "vxdependency/store/RecordTable.h"
 
 namespace vexa::vxdependency {
 namespace {
 
 using List = SharedRecords::List;
+
+constexpr char kSharedIds[] = "shared";
 
 struct TextHash {
     using is_transparent = void;
@@ -24,33 +29,12 @@ struct TextHash {
 };
 using Names = std::unordered_set<std::string, TextHash, std::equal_to<>>;
 
-// The kinds of record that a file has.
-enum class Kind : std::uint8_t { Forward, Inverse, Stamp };
-
-// Calls `visit` with the ids of a file's records, and their kinds.
-class RecordsOfFile {
-public:
-    template <class Visit>
-    void ForEach(std::string_view file, const Visit& visit) {
-        m_text.assign(file);
-        visit(IdOf(m_text), Kind::Forward);
-        m_text += '#';
-        visit(IdOf(m_text), Kind::Inverse);
-        m_text.assign(m_root).append(1, '/').append(file).append(1, '!');
-        visit(IdOf(m_text), Kind::Stamp);
-    }
-
-private:
-    const std::string& m_root = InterfaceBox::Instance().GetResourceRoot();
-    std::string m_text;
-};
-
 // The records of some files, and what shares one with them.
 class RecordsOfFiles {
 public:
     explicit RecordsOfFiles(const List& keys) : m_keys(keys) {
         for (std::uint32_t i = 0; i < keys.size(); ++i) {
-            m_of.ForEach(keys[i], [&](RecordId id, Kind kind) {
+            m_of.ForEach(keys[i], [&](RecordId id, FileRecord kind) {
                 m_records.push_back({id, i, kind});
             });
         }
@@ -58,7 +42,7 @@ public:
     }
 
     void Meet(std::string_view file) {
-        m_of.ForEach(file, [&](RecordId id, Kind kind) {
+        m_of.ForEach(file, [&](RecordId id, FileRecord kind) {
             for (const Record& record : std::ranges::equal_range(m_records, id, {}, &Record::id)) {
                 if (record.kind != kind || m_keys[record.file] != file) Share(record, file, kind);
             }
@@ -73,17 +57,17 @@ private:
     struct Record {
         RecordId id;
         std::uint32_t file;
-        Kind kind;
+        FileRecord kind;
     };
 
-    void Share(const Record& record, std::string_view file, Kind kind) {
-        if (record.kind == Kind::Inverse) resources.insert(m_keys[record.file]);
-        if (kind == Kind::Inverse) resources.emplace(file);
-        if (kind == Kind::Forward) lists.emplace(file);
+    void Share(const Record& record, std::string_view file, FileRecord kind) {
+        if (record.kind == FileRecord::Inverse) resources.insert(m_keys[record.file]);
+        if (kind == FileRecord::Inverse) resources.emplace(file);
+        if (kind == FileRecord::Forward) lists.emplace(file);
     }
 
     const List& m_keys;
-    RecordsOfFile m_of;
+    FileRecords m_of;
     std::vector<Record> m_records;  // by id
 };
 
@@ -119,6 +103,24 @@ void FindUsers(const EdgeReader& store, const Names& resources, SharedRecords& f
 }
 
 }  // namespace
+
+bool NoteSharedIds(GeneralDependency& store, std::vector<RecordId> ids) {
+    std::ranges::sort(ids);
+    const std::string bytes(reinterpret_cast<const char*>(ids.data()), ids.size() * sizeof ids[0]);
+    return store.SetMeta(kSharedIds, bytes);
+}
+
+SharedIds::SharedIds(VXDatabase& database, MDB_txn* transaction) {
+    const auto take = [this](std::string_view bytes) {
+        m_ids.resize(bytes.size() / sizeof m_ids[0]);
+        std::memcpy(m_ids.data(), bytes.data(), m_ids.size() * sizeof m_ids[0]);
+    };
+    VisitCatalogueRecord(database, Catalogue::MetaRecordKey(kSharedIds), take, transaction);
+}
+
+bool SharedIds::Contain(RecordId id) const {
+    return std::ranges::binary_search(m_ids, id);
+}
 
 SharedRecords FindSharedRecords(GeneralDependency& store, const List& keys) {
     SharedRecords found;

@@ -4,6 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include "vexa/db/VXDatabase.h"
+#include "vxdependency/store/RecordId.h"
+
 namespace vexa::vxdependency {
 
 class GeneralDependency;
@@ -28,5 +31,20 @@ struct SharedRecords {
 // through their lists. Sees the state of the last commit, after what the calling thread's batch
 // holds was flushed. A store that cannot be read is logged and counts as empty.
 SharedRecords FindSharedRecords(GeneralDependency& store, const std::vector<std::string>& keys);
+
+// Keeps in the store which records two texts share, so that queries need not look for them. False
+// when it cannot be written.
+bool NoteSharedIds(GeneralDependency& store, std::vector<RecordId> ids);
+
+// The records of which that was noted. Those of files that came since the last scan are not.
+class SharedIds {
+public:
+    // As they stand in the store; none without a transaction.
+    SharedIds(VXDatabase& database, MDB_txn* transaction);
+    bool Contain(RecordId id) const;
+
+private:
+    std::vector<RecordId> m_ids;
+};
 
 }  // namespace vexa::vxdependency

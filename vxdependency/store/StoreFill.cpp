@@ -51,16 +51,12 @@ public:
         return WriteRecords() && WriteFiles() && WriteFindings() && m_writer.End();
     }
 
-    std::size_t shared = 0;
-    std::pair<std::string, std::string> firstShared;
-
 private:
     void CollectFiles();
     bool IsKnown(std::uint32_t file);
     bool WriteRecords();
     bool WritePart(const FillRecords& records, std::size_t begin,
                    const FillRecords::Values& values);
-    void NoteShared(const FillRecords& records, std::size_t place);
     bool WriteRecord(const FillRecords& records, std::size_t begin, std::size_t end,
                      std::string_view value);
     bool ChangeRecord(const FillRecords& records, std::size_t begin, std::size_t end);
@@ -130,15 +126,9 @@ bool Filling::WritePart(const FillRecords& records, std::size_t begin,
         const std::string_view value =
             std::string_view(values.bytes).substr(from, values.ends[i] - from);
         from = values.ends[idEnd - 1];
-        if (idEnd - i > 1) NoteShared(records, begin + i);
         if (!WriteRecord(records, begin + i, begin + idEnd, value)) return false;
     }
     return true;
-}
-
-void Filling::NoteShared(const FillRecords& records, std::size_t place) {
-    if (shared++ > 0) return;
-    firstShared = {records.TextOf(records.At(place)), records.TextOf(records.At(place + 1))};
 }
 
 bool Filling::WriteRecord(const FillRecords& records, std::size_t begin, std::size_t end,
@@ -242,8 +232,6 @@ bool StoreFill::Write(VXDatabase& database) {
     }
     Filling filling(database, m_runs, m_files, entries, m_directory, m_bytesPerCommit);
     const bool written = filling.Write(FileCount());
-    if (m_shared == 0) m_firstShared = filling.firstShared;
-    m_shared += filling.shared;
     m_runs = {};
     m_bytes = 0;
     return written;

@@ -80,10 +80,6 @@ public:
     // written; the store is then emptied (see FillWriter).
     bool Write(VXDatabase& database);
 
-    // Of the records written, how many pairs of texts share one, and the first such pair.
-    std::size_t SharedRecords() const { return m_shared; }
-    const std::pair<std::string, std::string>& FirstShared() const { return m_firstShared; }
-
 private:
     const IFileNames& m_files;
     const std::string m_directory;
@@ -95,8 +91,6 @@ private:
 
     std::vector<FilledFiles> m_runs;
     std::size_t m_bytes = 0;
-    std::size_t m_shared = 0;
-    std::pair<std::string, std::string> m_firstShared;
 };
 
 }  // namespace vexa::vxdependency
