@@ -60,16 +60,14 @@ class Git:
 class Sed:
     """mv, and sed -i over exactly the files that refer to what is moved; then all is synced."""
 
-    def __init__(self, project, old, new, users):
-        self.project, self.old, self.new = project, old, new
-        self.files = project.path / "users"
-        self.files.write_bytes(b"\0".join(os.fsencode(user) for user in users))
-        self.script = f"s|{re.escape(old)}|{new}|g"
+    def __init__(self, project, users):
+        self.project = project
+        (project.path / "bench.users").write_bytes(b"\0".join(os.fsencode(one) for one in users))
 
-    def run(self):
+    def run(self, old, new):
         return measure.silent(
-            ["sh", "-c", 'mv "$1" "$2" && xargs -0 -a ../users sed -i "$3" && sync -f .', "sh",
-             self.old, self.new, self.script], cwd=self.project.res)
+            ["sh", "-c", 'mv "$1" "$2" && xargs -0 -a ../bench.users sed -i "$3" && sync -f .',
+             "sh", old, new, f"s|{re.escape(old)}|{new}|g"], cwd=self.project.res)
 
 
 def floor(programs, project):

@@ -15,7 +15,8 @@ import watch
 import works
 
 ON_A_TREE = ["cold", "warm", "rdeps", "lookup", "export", "memory"]
-ON_THEIR_OWN = ["rename", "texture"]
+ON_A_MADE_TREE = ON_A_TREE + ["rename"]
+ON_ITS_OWN = ["texture"]
 
 
 def parse_arguments():
@@ -27,12 +28,11 @@ def parse_arguments():
     parser.add_argument("--repeat", type=int, default=5, metavar="R",
                         help="runs of each; medians count (5)")
     parser.add_argument("--only", metavar="WORK,…",
-                        help=f"some of {', '.join(ON_A_TREE + ON_THEIR_OWN)}")
+                        help=f"some of {', '.join(ON_A_MADE_TREE + ON_ITS_OWN)}")
     parser.add_argument("--json", metavar="FILE", help="write all figures there")
     parser.add_argument("--svg", metavar="FILE",
                         help="draw there what a file costs, by the number of files")
     parser.add_argument("--watch", action="store_true", help="also how far vxdep watch is behind")
-    parser.add_argument("--rename-files", type=int, default=20000, help=argparse.SUPPRESS)
     parser.add_argument("--texture-scenes", type=int, default=50000, help=argparse.SUPPRESS)
     parser.add_argument("--programs", default=trees.SOURCE / "build/release",
                         help=argparse.SUPPRESS)
@@ -42,8 +42,8 @@ def parse_arguments():
 
 
 def chosen(options):
-    """The works asked for; the trees of those on their own are made for them."""
-    known = ON_A_TREE if options.corpus else ON_A_TREE + ON_THEIR_OWN
+    """The works asked for; the trees of that on its own are made for it."""
+    known = ON_A_TREE if options.corpus else ON_A_MADE_TREE + ON_ITS_OWN
     asked = options.only.split(",") if options.only else known
     for work in asked:
         if work not in known:
@@ -60,7 +60,7 @@ def chosen_projects(options, made):
 def measure_project(programs, project, options, parts):
     one = works.Works(programs, project, options.repeat)
     one.prepare()
-    for part in ON_A_TREE:
+    for part in ON_A_MADE_TREE:
         if part in parts:
             getattr(one, part)()
     return {"facts": one.facts, "figures": one.figures, "made": project.made}
@@ -75,19 +75,15 @@ def measure_projects(programs, projects, options, parts, result):
         rows = table.comparisons(size["figures"], facts["files"]) + table.memory(facts)
         for one in smaller:
             rows += table.growth(size, one)
-        show(f"{facts['files']:,} files, {facts['references']:,} references", rows, result)
+        title = f"{facts['files']:,} files, {facts['references']:,} references"
+        if "renameUsers" in facts:
+            title += f"; {facts['renameUsers']:,} files name what is renamed"
+        show(title, rows, result)
 
 
 def show(title, rows, result):
     print(table.text(title, rows), end="\n\n", flush=True)
     result["rows"] += [{"tree": title, **vars(row), "ratio": row.ratio} for row in rows]
-
-
-def measure_rename(programs, made, options, result):
-    project = made.mixed(options.rename_files)
-    seconds, users = works.Renames(programs, project, options.repeat).measure()
-    result["rename"] = {"seconds": seconds, "users": users}
-    show(f"{options.rename_files:,} files", table.rename(result["rename"]), result)
 
 
 def measure_texture(programs, made, options, result):
@@ -107,10 +103,8 @@ def main():
               "rows": []}
     print(machine.text(result["machine"]), end="\n\n", flush=True)
     projects = chosen_projects(options, made)
-    if set(parts) & set(ON_A_TREE):
+    if set(parts) & set(ON_A_MADE_TREE):
         measure_projects(programs, projects, options, parts, result)
-    if "rename" in parts:
-        measure_rename(programs, made, options, result)
     if "texture" in parts:
         measure_texture(programs, made, options, result)
     if options.watch:

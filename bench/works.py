@@ -128,36 +128,45 @@ class Works:
         for name in ("cold", "warm"):
             self.facts[f"{name}Memory"] = measure.run(command, memory=True).peak
 
+    def rename(self):
+        renames = Renames(self)
+        self.facts["renameUsers"] = renames.users
+        self.figures["rename"] = renames.measure()
+
 
 class Renames:
-    """A file with many dependents, renamed in fresh copies of its tree."""
+    """A file with many dependents, renamed to and fro by the contestants in turn."""
 
-    def __init__(self, programs, project, repeat):
-        self.programs, self.project, self.repeat = programs, project, repeat
-        self.old = project.made["popular"]["key"]
-        self.new = os.path.join(os.path.dirname(self.old), "renamed.png")
+    def __init__(self, works):
+        self.works, self.project = works, works.project
+        popular = self.project.made["popular"]
+        self.name, self.users = popular["key"], popular["users"]
+        self.other = os.path.join(os.path.dirname(self.name), "renamed.png")
 
     def measure(self):
-        with self.project.copies(2 * self.repeat) as copies:
-            ours = scanned(self.programs, copies[:self.repeat])
-            users = measure.run(ours[0].vxdep("rdeps", self.old)).output.splitlines()
-            sed = [baselines.Sed(one, self.old, self.new, users) for one in copies[self.repeat:]]
-            taken = measure.alternate(self.repeat, {
-                "ours": lambda: self.rename(ours.pop()), "sed": lambda: self.by_sed(sed.pop())})
-        return taken, len(users)
+        sed = baselines.Sed(self.project, checks.holders(self.project, self.name))
+        self.rest()
+        return measure.alternate(self.works.repeat, {
+            "ours": self.turn(self.rename), "sed": self.turn(sed.run)})
 
-    @staticmethod
-    def by_sed(sed):
+    def rest(self):
+        """The store is in step, and the last scan has found nothing to do."""
+        for _ in range(2):
+            self.works.scan()
         measure.settle()
-        return sed.run()
 
-    def rename(self, works):
-        before = measure.run(works.vxdep("rdeps", self.old)).output
-        measure.settle()
-        paths = (str(works.project.res / key) for key in (self.old, self.new))
-        seconds = measure.silent(works.vxdep("rename", *paths))
-        checks.renamed(works, self.old, self.new, before)
-        return seconds
+    def turn(self, rename):
+        def run():
+            seconds = rename(self.name, self.other)
+            self.name, self.other = self.other, self.name
+            checks.renamed(self.works, self.other, self.name, self.users)
+            self.rest()
+            return seconds
+        return run
+
+    def rename(self, old, new):
+        paths = (str(self.project.res / key) for key in (old, new))
+        return measure.silent(self.works.vxdep("rename", *paths))
 
 
 def scanned(programs, projects):

@@ -88,6 +88,14 @@ std::vector<std::uint64_t> Popularity::AnyOf(std::size_t count) {
     return textures;
 }
 
+std::uint64_t Popularity::DocumentsFavouriteOf(std::uint64_t users) const {
+    const auto distance = [&](const Favourite& favourite) {
+        const std::uint64_t has = m_users[favourite.texture];
+        return std::max(has, users) - std::min(has, users);
+    };
+    return std::ranges::min_element(m_favourites, {}, distance)->texture;
+}
+
 std::vector<std::uint64_t> Popularity::NextDocument(std::size_t count) {
     std::vector<std::uint64_t> textures;
     for (Favourite& favourite : m_favourites) {

@@ -24,6 +24,9 @@ public:
     // Textures for anything else, each once; none of those with very many users.
     std::vector<std::uint64_t> AnyOf(std::size_t count);
 
+    // The texture whose users come closest to so many, among those that only documents name.
+    std::uint64_t DocumentsFavouriteOf(std::uint64_t users) const;
+
     // By texture.
     const std::vector<std::uint64_t>& Users() const { return m_users; }
 

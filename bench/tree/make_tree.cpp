@@ -27,6 +27,7 @@ namespace {
 constexpr std::uint64_t kMostUsers = 50000;
 constexpr std::uint64_t kTexturesInSpread = 1000;
 constexpr std::uint64_t kMiddlingUsers = 20;
+constexpr std::uint64_t kPopularUsers = 10000;
 
 // A document in so many is small. The others name so many textures on average that the project has
 // ten references a file.
@@ -64,7 +65,7 @@ public:
 
     void Report() const {
         const auto& users = m_popularity.Users();
-        const auto most = std::ranges::max_element(users);
+        const std::uint64_t popular = m_popularity.DocumentsFavouriteOf(kPopularUsers);
         const auto middling = std::ranges::find(users, kMiddlingUsers);
         fmt::print(
             "{{\"files\": {}, \"parsed\": {}, \"values\": {}, \"references\": {}, \"missing\": "
@@ -72,8 +73,7 @@ public:
             " \"popular\": {{\"key\": \"{}\", \"users\": {}}},\n"
             " \"middling\": {{\"key\": \"{}\", \"users\": {}}},\n \"kinds\": {{",
             m_layout.Files(), m_layout.Files() - m_layout.Count(Kind::Texture), m_values,
-            m_references, m_missing, TextureKey(static_cast<std::uint64_t>(most - users.begin())),
-            *most, TextureKey(static_cast<std::uint64_t>(middling - users.begin())), *middling);
+            m_references, m_missing, TextureKey(popular), users[popular], TextureKey(static_cast<std::uint64_t>(middling - users.begin())), *middling);
         for (std::size_t kind = 0; kind < kKinds; ++kind) {
             fmt::print("{}\"{}\": {}", kind == 0 ? "" : ", ", kKindNames[kind],
                        m_layout.Count(static_cast<Kind>(kind)));
