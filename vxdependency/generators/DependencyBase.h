@@ -22,11 +22,6 @@ struct RuleData {
     std::int64_t value = 0;
 };
 
-// For tables by texts that are asked with texts of any kind.
-struct TextHash : std::hash<std::string_view> {
-    using is_transparent = void;
-};
-
 // A generator knows one resource type, by its file extension: it lists the resources that a file of
 // the type refers to, and rewrites such a file when one of them is renamed. The manager owns one
 // object per extension and calls it through the slots below, whose order is that of the virtual

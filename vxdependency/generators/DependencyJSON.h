@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "vexa/common/TextHash.h"
 #include "vexa/io/JsonOutline.h"
 #include "vxdependency/generators/DependencyBase.h"
 

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "vexa/common/TextHash.h"
 #include "vexa/util/XmlDoc.h"
 #include "vxdependency/generators/DependencyBase.h"
 

@@ -277,7 +277,6 @@ void RenameOperation::MoveCompanions() {
 
 // The files that refer to what was moved, under the names that they have now, each once.
 void RenameOperation::FindDependents() {
-    if (m_followed.empty()) return;
     std::unordered_set<std::string> seen;
     const auto add = [&](const std::string& user, std::size_t followed) {
         std::string file = NameNow(user);
@@ -289,11 +288,11 @@ void RenameOperation::FindDependents() {
         Store().GetInverseDependency(m_followed[i].oldKey, users);
         for (const std::string& user : users) add(user, i);
     }
-    std::unordered_map<std::string, std::size_t> followed;
+    FollowedByName followed;
     for (std::size_t i = 0; i < m_followed.size(); ++i) followed.emplace(m_followed[i].oldKey, i);
     List unread = WithUnrecordedNames();
     FindUnlisted(followed, add, unread);
-    FindByReading(unread, followed, add);
+    if (!m_followed.empty()) FindByReading(unread, followed, add);
 }
 
 // The store keeps no list that would hold a name with "#": who refers to such a file, or what such

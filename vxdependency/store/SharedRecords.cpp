@@ -6,6 +6,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "vexa/common/TextHash.h"
 #include "vxdependency/store/Catalogue.h"
 #include "vxdependency/store/EdgeReader.h"
 #include "vxdependency/store/FileRecords.h"
@@ -21,12 +22,6 @@ using List = SharedRecords::List;
 
 constexpr char kSharedIds[] = "shared";
 
-struct TextHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const {
-        return std::hash<std::string_view>()(text);
-    }
-};
 using Names = std::unordered_set<std::string, TextHash, std::equal_to<>>;
 
 // The records of some files, and what shares one with them.
