@@ -9,6 +9,7 @@
 #include "vxdependency/store/EntryList.h"
 #include "vxdependency/store/FillWriter.h"
 #include "vxdependency/store/RecordTable.h"
+#include "vxdependency/store/SharedRecords.h"
 #include "vxdependency/store/StoreOpening.h"
 #include "vxdependency/store/WriteBatch.h"
 
@@ -75,9 +76,13 @@ std::optional<CatalogueEntry> EntryOf(std::string_view bytes) {
     return Catalogue::Decode(bytes, entry) ? std::optional(entry) : std::nullopt;
 }
 
-// Appends the entries of the list of `text`, whose value this is.
-void Split(std::string_view value, const std::string& text, GeneralDependency::List& out) {
+// Appends the entries of the list of `text`, whose value this is. Where two texts share the record,
+// a stamp may stand there, as the scan has told.
+template <class AskShared>
+void Split(std::string_view value, const std::string& text, const AskShared& shared,
+           GeneralDependency::List& out) {
     if (EntryList::IsList(value)) return EntryList::Split(value, out);
+    if (shared().Contain(IdOf(text))) return;
     ListText(std::string(value), {IdOf(text), text});  // which says so
 }
 
@@ -178,7 +183,8 @@ bool GeneralDependency::GetDependency(const std::string& key, List& out) {
     if (!m_batch->HoldsOwnWork()) return Get(key, out, ReadTransaction(m_database));
     std::string value;
     if (m_batch->Read(IdOf(key), value) == VXDatabase::kFailed) return false;
-    Split(value, key, out);
+    const auto shared = [this] { return SharedIds(m_database, ReadTransaction(m_database)); };
+    Split(value, key, shared, out);
     return true;
 }
 
@@ -491,7 +497,8 @@ bool GeneralDependency::RenameKeyInBatch(const std::string& oldKey, const std::s
 }
 
 bool GeneralDependency::Get(const std::string& key, List& out, MDB_txn* transaction) {
-    const auto split = [&](std::string_view value) { Split(value, key, out); };
+    const auto shared = [&] { return SharedIds(m_database, transaction); };
+    const auto split = [&](std::string_view value) { Split(value, key, shared, out); };
     return VisitRecord(m_database, ForwardId(key), split, transaction) != VXDatabase::kFailed;
 }
 
