@@ -176,10 +176,18 @@ TEST_P(LostUsersTest, AreFoundByQueriesAndRenames) {
                 testing::UnorderedElementsAre("first.xml", "second.xml"));
 }
 
+std::string NameOf(const testing::TestParamInfo<std::tuple<Taker, Before>>& test) {
+    constexpr const char* kBefore[] = {"", "Removed", "Renamed"};
+    const auto [how, before] = test.param;
+    return std::string(how == Taker::Stamp ? "ByAStamp" : "ByAList") +
+           kBefore[static_cast<int>(before)];
+}
+
 INSTANTIATE_TEST_SUITE_P(All, LostUsersTest,
                          testing::Combine(testing::Values(Taker::Stamp, Taker::Forward),
                                           testing::Values(Before::Nothing, Before::TakerRemoved,
-                                                          Before::TakerRenamed)));
+                                                          Before::TakerRenamed)),
+                         NameOf);
 
 TEST_F(SharedRecordTest, AFileWhoseOwnListIsLostTooIsReadInstead) {
     const auto [resource, taker] = Sharing({"t", ".png"}, inverse, {"taker", ".xml"}, stamp);

@@ -293,7 +293,7 @@ private:
     void StoreList(const std::string& key, const std::string& oldKey, bool renamed,
                    const List& list);
     static void AddSharing(const List& keys, List& affected);
-    bool Names(const std::string& file, const List& resources);
+    bool Names(const std::string& file, const std::unordered_set<std::string>& resources);
     List UsersByEdges(const std::string& key, const vxdependency::SharedIds& shared);
     List ReferencesByEdges(const std::string& key, const vxdependency::SharedIds& shared);
     void NoteTargets(const List& targets);

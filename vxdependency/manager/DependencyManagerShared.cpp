@@ -46,10 +46,11 @@ void CDependencyManager::AddSharing(const List& keys, List& affected) {
 }
 
 // Whether a file, as it is on the disk, refers to one of some resources.
-bool CDependencyManager::Names(const std::string& file, const List& resources) {
+bool CDependencyManager::Names(const std::string& file,
+                               const std::unordered_set<std::string>& resources) {
     const auto reading = ReadReferences(file);
-    return reading && std::ranges::any_of(resources, [&](const std::string& resource) {
-               return std::ranges::find(reading->list, resource) != reading->list.end();
+    return reading && std::ranges::any_of(reading->list, [&](const std::string& entry) {
+               return resources.contains(entry);
            });
 }
 
@@ -62,11 +63,13 @@ List CDependencyManager::UsersOf(const List& keys) {
         users.insert(edges.begin(), edges.end());
     }
     // Of what is no edge, one of its lists may have been lost: the file itself tells.
-    List doubtful = shared.unreadLists;
-    for (const std::string& key : keys) Store().GetInverseDependency(key, doubtful);
-    for (const auto& edge : shared.users) doubtful.push_back(edge.second);
+    List recorded = shared.unreadLists;
+    for (const std::string& key : keys) Store().GetInverseDependency(key, recorded);
+    for (const auto& edge : shared.users) recorded.push_back(edge.second);
+    const std::unordered_set<std::string> doubtful(recorded.begin(), recorded.end());
+    const std::unordered_set<std::string> resources(keys.begin(), keys.end());
     for (const std::string& file : doubtful) {
-        if (!users.contains(file) && Names(file, keys)) users.insert(file);
+        if (!users.contains(file) && Names(file, resources)) users.insert(file);
     }
     return Sorted(users);
 }
